@@ -1,0 +1,108 @@
+// The one interface through which the engine touches a file system.
+//
+// All paths are device paths: absolute, "/" being the root that the device was made with, bytes as the file
+// system has them. Nothing here ever leaves that root. Every operation may be called from any thread at any
+// time; a DirectoryReader belongs to the thread that uses it. Failures are errno values, never exceptions.
+#pragma once
+
+#include "platform/EntryChunk.h"
+#include "platform/Result.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace slicewise {
+
+/// What tells one directory from every other, under whatever names it is reached (stat(2): st_dev, st_ino).
+struct FileIdentity {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+
+    friend bool operator==(const FileIdentity &, const FileIdentity &) = default;
+    template <typename H> friend H AbslHashValue(H state, const FileIdentity &identity)
+    {
+        return H::combine(std::move(state), identity.device, identity.inode);
+    }
+};
+
+/// What kind of thing lies behind a mount.
+enum class FileSystemKind : std::uint8_t {
+    Storage,   ///< a disk, a partition, an image: what an owner means by storage
+    Memory,    ///< files that live in main memory (tmpfs, ramfs)
+    NoStorage, ///< made up by the kernel or a daemon: proc, sysfs, cgroup and their like
+    Network,   ///< somebody else's storage (nfs, cifs, sshfs, ...) or what mounts on touch (autofs)
+};
+
+struct FileSystem {
+    std::uint64_t identity = 0; ///< equal for two directories on one file system
+    FileSystemKind kind = FileSystemKind::Storage;
+    std::uint64_t capacityBytes = 0; ///< whole size, used or not; 0 where it could not be asked
+};
+
+/// A place where another file system, or another part of the same one, is mounted.
+struct Mount {
+    std::string path; ///< the mount point as a device path
+    std::string type; ///< the kernel's name of the type: "ext4", "proc", "fuse.sshfs"
+    FileSystemKind kind = FileSystemKind::Storage;
+    std::optional<FileIdentity> identity; ///< of its top directory; absent where asking could hang or failed
+};
+
+enum class FileType : std::uint8_t { RegularFile, Directory, Other };
+
+struct FileStatus {
+    FileType type = FileType::Other;
+    std::uint64_t sizeBytes = 0;
+    FileIdentity identity;
+};
+
+/// Reads directories one after the other; keeps its buffers and at most a few descriptors between them.
+class DirectoryReader {
+public:
+    DirectoryReader() = default;
+    DirectoryReader(const DirectoryReader &) = delete;
+    DirectoryReader &operator=(const DirectoryReader &) = delete;
+    virtual ~DirectoryReader() = default;
+
+    /// Opens a directory without following a symbolic link in any component below the root, and closes the
+    /// one that was open before. The path may be longer than PATH_MAX.
+    virtual Result<FileIdentity> open(const std::string &path) = 0;
+
+    /// The file system that the open directory lies on.
+    virtual FileSystem fileSystem() = 0;
+
+    enum class Progress : std::uint8_t { More, End };
+    /// Replaces the chunk's content by the next stretch of entries, each regular file with its size; the
+    /// order is the file system's. A failure ends the directory: entries handed out before it stay good,
+    /// and so do those that the chunk holds then.
+    virtual Result<Progress> next(EntryChunk &chunk) = 0;
+};
+
+class Device {
+public:
+    Device() = default;
+    Device(const Device &) = delete;
+    Device &operator=(const Device &) = delete;
+    virtual ~Device() = default;
+
+    /// The reader must not outlive the device.
+    [[nodiscard]] virtual std::unique_ptr<DirectoryReader> makeReader() const = 0;
+
+    /// As stat(2): follows symbolic links, those that point outside taken as from the root.
+    [[nodiscard]] virtual Result<FileStatus> status(std::string_view path) const = 0;
+
+    /// As realpath(3): the path without links, "." and "..", never leaving the root.
+    [[nodiscard]] virtual Result<std::string> resolve(std::string_view path) const = 0;
+
+    /// The file system that the path lies on, links followed.
+    [[nodiscard]] virtual Result<FileSystem> fileSystem(std::string_view path) const = 0;
+
+    /// The mounts below the root, the one on top where several share a place. Empty where the system has no
+    /// list of them; a walk then goes by what each directory itself tells.
+    [[nodiscard]] virtual std::vector<Mount> mounts() const = 0;
+};
+
+} // namespace slicewise

@@ -1,0 +1,343 @@
+#include "platform/HostDevice.h"
+
+#include "platform/HostDirectoryReader.h"
+#include "platform/MountTable.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <utility>
+
+namespace slicewise {
+
+namespace {
+
+constexpr int kOpenDirectory = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
+// Enough to walk through: reading the directories above is not needed, only searching them.
+#if defined(O_PATH)
+constexpr int kOpenToPass = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+#else
+constexpr int kOpenToPass = kOpenDirectory;
+#endif
+constexpr int kMostLinks = 40; // as path_resolution(7) has it
+constexpr std::size_t kLongestPiece = PATH_MAX - 1;
+
+FileStatus statusFrom(const struct stat &raw)
+{
+    FileStatus status;
+    status.type = S_ISREG(raw.st_mode)   ? FileType::RegularFile
+                  : S_ISDIR(raw.st_mode) ? FileType::Directory
+                                         : FileType::Other;
+    status.sizeBytes = static_cast<std::uint64_t>(raw.st_size);
+    status.identity = {.device = raw.st_dev, .inode = raw.st_ino};
+    return status;
+}
+
+std::string_view withoutSlashes(std::string_view path)
+{
+    while (!path.empty() && path.front() == '/') {
+        path.remove_prefix(1);
+    }
+    while (!path.empty() && path.back() == '/') {
+        path.remove_suffix(1);
+    }
+    return path;
+}
+
+// The first component of a relative path, taken off it with the slashes behind it.
+std::string_view takeComponent(std::string_view &path)
+{
+    const std::size_t slash = path.find('/');
+    const std::string_view component = path.substr(0, slash);
+    path.remove_prefix(component.size());
+    while (!path.empty() && path.front() == '/') {
+        path.remove_prefix(1);
+    }
+    return component;
+}
+
+// As much of a relative path as one call takes, cut before a "/", taken off it.
+std::string_view takePiece(std::string_view &path)
+{
+    std::string_view piece = path;
+    if (path.size() > kLongestPiece) {
+        const std::size_t slash = path.rfind('/', kLongestPiece);
+        piece = path.substr(0, slash);
+    }
+    path.remove_prefix(piece.size());
+    while (!path.empty() && path.front() == '/') {
+        path.remove_prefix(1);
+    }
+    return piece;
+}
+
+std::string readFileOfKernel(const char *path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    std::ostringstream text;
+    text << stream.rdbuf();
+    return std::move(text).str();
+}
+
+} // namespace
+
+Result<std::unique_ptr<HostDevice>> HostDevice::open(const std::string &hostRoot, const SystemCalls *calls)
+{
+    static const SystemCalls real;
+    const SystemCalls *used = calls != nullptr ? calls : &real;
+    UniqueFd root(used->openAt(AT_FDCWD, hostRoot.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK));
+    if (!root) {
+        return ErrorNumber{errno};
+    }
+    std::array<char, PATH_MAX> canonical{};
+    const std::string path =
+        ::realpath(hostRoot.c_str(), canonical.data()) != nullptr ? canonical.data() : hostRoot;
+    std::unique_ptr<HostDevice> device(new HostDevice(std::move(root), path, used));
+    device->readMountTable();
+    return device;
+}
+
+HostDevice::HostDevice(UniqueFd root, std::string canonicalRoot, const SystemCalls *calls)
+    : m_root(std::move(root)), m_canonicalRoot(std::move(canonicalRoot)), m_calls(calls)
+{}
+
+void HostDevice::readMountTable()
+{
+#if defined(__linux__)
+    const std::string prefix = m_canonicalRoot == "/" ? std::string() : m_canonicalRoot;
+    for (const MountLine &line : parseMountTable(readFileOfKernel("/proc/self/mountinfo"))) {
+        const FileSystemKind kind = kindOfFileSystemNamed(line.type);
+        m_kindOfDevice[::makedev(line.deviceMajor, line.deviceMinor)] = kind;
+        if (line.path.size() > prefix.size() + 1 && line.path.starts_with(prefix) &&
+            line.path[prefix.size()] == '/') {
+            m_mounts.push_back(
+                {.devicePath = line.path.substr(prefix.size()), .type = line.type, .kind = kind});
+        }
+    }
+#endif
+}
+
+std::unique_ptr<DirectoryReader> HostDevice::makeReader() const
+{
+    return std::make_unique<HostDirectoryReader>(*this);
+}
+
+Result<UniqueFd> HostDevice::openDirectory(std::string_view relativePath, int start) const
+{
+    std::string_view rest = withoutSlashes(relativePath);
+    if (rest.empty()) {
+        rest = ".";
+    }
+    UniqueFd current;
+    while (!rest.empty()) {
+        const std::string piece(takePiece(rest));
+        const int from = current ? current.get() : start;
+        const int flags = rest.empty() ? kOpenDirectory : kOpenToPass;
+        int opened = -1;
+        if (m_opensInOneCall.load(std::memory_order_relaxed)) {
+            opened = m_calls->openWithoutLinks(from, piece.c_str(), flags);
+            if (opened < 0 && (errno == ENOSYS || errno == EPERM)) {
+                m_opensInOneCall.store(false, std::memory_order_relaxed);
+            } else if (opened < 0) {
+                return ErrorNumber{errno};
+            }
+        }
+        if (opened < 0) {
+            return openOneByOne(rest.empty() ? piece : piece + "/" + std::string(rest), from);
+        }
+        current.reset(opened);
+    }
+    return current;
+}
+
+Result<UniqueFd> HostDevice::openOneByOne(std::string_view relativePath, int start) const
+{
+    UniqueFd current;
+    while (!relativePath.empty()) {
+        const std::string component(takeComponent(relativePath));
+        const int flags = relativePath.empty() ? kOpenDirectory : kOpenToPass;
+        const int opened = m_calls->openAt(current ? current.get() : start, component.c_str(), flags);
+        if (opened < 0) {
+            // O_DIRECTORY says ENOTDIR of a link; the one-call way says ELOOP. One answer for both.
+            struct stat raw = {};
+            const int error = errno;
+            const bool isLink = error == ENOTDIR &&
+                                m_calls->statAt(current ? current.get() : start, component.c_str(), &raw,
+                                                AT_SYMLINK_NOFOLLOW) == 0 &&
+                                S_ISLNK(raw.st_mode);
+            return ErrorNumber{isLink ? ELOOP : error};
+        }
+        current.reset(opened);
+    }
+    return current;
+}
+
+Result<HostDevice::Resolved> HostDevice::follow(std::string_view path) const
+{
+    Resolved at{.path = "", .parent = UniqueFd(), .component = "."};
+    std::string rest(withoutSlashes(path));
+    // Whether the text ended in "/", which asks for a directory, is not kept: nothing that calls this does.
+    int links = 0;
+    const auto reopen = [this](const std::string &directory) {
+        return openDirectory(directory, m_root.get());
+    };
+    auto current = reopen("");
+    if (!current) {
+        return ErrorNumber{current.error()};
+    }
+    std::string_view left = rest;
+    while (!left.empty()) {
+        const std::string component(takeComponent(left));
+        if (component.empty() || component == ".") {
+            continue;
+        }
+        if (component == "..") {
+            at.path.resize(at.path.empty() ? 0 : at.path.rfind('/'));
+            current = reopen(at.path);
+            if (!current) {
+                return ErrorNumber{current.error()};
+            }
+            at.component = ".";
+            at.parent.reset();
+            continue;
+        }
+        struct stat raw = {};
+        if (m_calls->statAt(current->get(), component.c_str(), &raw, AT_SYMLINK_NOFOLLOW) != 0) {
+            return ErrorNumber{errno};
+        }
+        if (S_ISLNK(raw.st_mode)) {
+            if (++links > kMostLinks) {
+                return ErrorNumber{ELOOP};
+            }
+            std::array<char, PATH_MAX> target{};
+            const ssize_t length = m_calls->readLinkAt(current->get(), component.c_str(), target);
+            if (length <= 0) {
+                return ErrorNumber{length == 0 ? ENOENT : errno};
+            }
+            std::string next(target.data(), static_cast<std::size_t>(length));
+            if (next.front() == '/') {
+                at.path.clear();
+                current = reopen("");
+                if (!current) {
+                    return ErrorNumber{current.error()};
+                }
+                at.component = ".";
+                at.parent.reset();
+            }
+            next.append("/").append(left);
+            rest = std::string(withoutSlashes(next));
+            left = rest;
+            continue;
+        }
+        at.path.append("/").append(component);
+        at.component = component;
+        if (!S_ISDIR(raw.st_mode)) {
+            if (!left.empty()) {
+                return ErrorNumber{ENOTDIR};
+            }
+            at.parent = std::move(current).value();
+            return at;
+        }
+        const int opened = m_calls->openAt(current->get(), component.c_str(), kOpenToPass);
+        if (opened < 0) {
+            return ErrorNumber{errno};
+        }
+        at.component = ".";
+        *current = UniqueFd(opened);
+    }
+    if (at.path.empty()) {
+        at.path = "/";
+    }
+    at.parent = std::move(current).value();
+    at.component = ".";
+    return at;
+}
+
+Result<FileStatus> HostDevice::status(std::string_view path) const
+{
+    const Result<Resolved> found = follow(path);
+    if (!found) {
+        return ErrorNumber{found.error()};
+    }
+    struct stat raw = {};
+    if (m_calls->statAt(found->parent.get(), found->component.c_str(), &raw, AT_SYMLINK_NOFOLLOW) != 0) {
+        return ErrorNumber{errno};
+    }
+    return statusFrom(raw);
+}
+
+Result<std::string> HostDevice::resolve(std::string_view path) const
+{
+    Result<Resolved> found = follow(path);
+    if (!found) {
+        return ErrorNumber{found.error()};
+    }
+    return std::move(found->path);
+}
+
+Result<FileSystem> HostDevice::fileSystem(std::string_view path) const
+{
+    const Result<Resolved> found = follow(path);
+    if (!found) {
+        return ErrorNumber{found.error()};
+    }
+    struct stat raw = {};
+    if (m_calls->statOpen(found->parent.get(), &raw) != 0) {
+        return ErrorNumber{errno};
+    }
+    return fileSystemOfOpen(found->parent.get(), raw.st_dev);
+}
+
+FileSystem HostDevice::fileSystemOfOpen(int descriptor, std::uint64_t device) const
+{
+    FileSystem result{.identity = device, .kind = FileSystemKind::Storage, .capacityBytes = 0};
+    FileSystemFacts facts;
+    const bool known = m_calls->fileSystemOf(descriptor, &facts) == 0;
+    if (known) {
+        result.capacityBytes = facts.capacityBytes;
+        if (hasManyDeviceNumbers(facts.type)) {
+            // The upper word is the same for every subvolume; the lower one and st_dev are not.
+            result.identity = (1ULL << 63U) | (facts.id >> 32U);
+        }
+    }
+    if (const auto named = m_kindOfDevice.find(device); named != m_kindOfDevice.end()) {
+        result.kind = named->second;
+    } else if (known) {
+        result.kind = kindOfFileSystemMagic(facts.type);
+    }
+    return result;
+}
+
+std::vector<Mount> HostDevice::mounts() const
+{
+    std::vector<Mount> result;
+    struct stat root = {};
+    const bool rootKnown = m_calls->statOpen(m_root.get(), &root) == 0;
+    const FileSystemKind rootKind =
+        rootKnown ? fileSystemOfOpen(m_root.get(), root.st_dev).kind : FileSystemKind::Storage;
+    for (const HostMount &mount : m_mounts) {
+        Mount entry{
+            .path = mount.devicePath, .type = mount.type, .kind = mount.kind, .identity = std::nullopt};
+        // A stat of a network mount whose server is gone would hang for ever, so only local ones are asked.
+        const bool local = mount.kind == FileSystemKind::Storage ||
+                           (mount.kind == FileSystemKind::Memory && rootKind == FileSystemKind::Memory);
+        if (local) {
+            struct stat raw = {};
+            const std::string relative = mount.devicePath.substr(1);
+            if (m_calls->statAt(m_root.get(), relative.c_str(), &raw, AT_SYMLINK_NOFOLLOW) == 0) {
+                entry.identity = FileIdentity{.device = raw.st_dev, .inode = raw.st_ino};
+            }
+        }
+        result.push_back(std::move(entry));
+    }
+    return result;
+}
+
+} // namespace slicewise

@@ -1,0 +1,68 @@
+// The host's file system below one of its directories, which plays the device's "/".
+//
+// Directories are opened by descriptor from the root and without following links (openat2(2), or one
+// component at a time where the kernel refuses that call), so whatever is renamed or replaced meanwhile, a
+// walk cannot be led out of the root. Paths longer than PATH_MAX are walked in pieces.
+#pragma once
+
+#include "platform/Device.h"
+#include "platform/SystemCalls.h"
+#include "platform/UniqueFd.h"
+
+#include <absl/container/flat_hash_map.h>
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace slicewise {
+
+class HostDevice final : public Device {
+public:
+    /// hostRoot: an existing directory that may be read, links followed. ENOENT, ENOTDIR, EACCES, ...
+    /// otherwise. The calls must outlive the device; null means the real ones.
+    static Result<std::unique_ptr<HostDevice>> open(const std::string &hostRoot,
+                                                    const SystemCalls *calls = nullptr);
+
+    [[nodiscard]] std::unique_ptr<DirectoryReader> makeReader() const override;
+    [[nodiscard]] Result<FileStatus> status(std::string_view path) const override;
+    [[nodiscard]] Result<std::string> resolve(std::string_view path) const override;
+    [[nodiscard]] Result<FileSystem> fileSystem(std::string_view path) const override;
+    [[nodiscard]] std::vector<Mount> mounts() const override;
+
+    /// Opens a directory by its device path without following any link, from `start` (a descriptor) with the
+    /// rest of the path, or from the root. For the reader and the device itself.
+    [[nodiscard]] Result<UniqueFd> openDirectory(std::string_view relativePath, int start) const;
+    [[nodiscard]] int rootDescriptor() const { return m_root.get(); }
+    [[nodiscard]] const SystemCalls &calls() const { return *m_calls; }
+    /// What lies behind an open descriptor; `device` is its st_dev.
+    [[nodiscard]] FileSystem fileSystemOfOpen(int descriptor, std::uint64_t device) const;
+
+private:
+    struct Resolved {
+        std::string path;      ///< device path without links
+        UniqueFd parent;       ///< the directory that the last component lies in
+        std::string component; ///< the last component; "." for the root
+    };
+
+    HostDevice(UniqueFd root, std::string canonicalRoot, const SystemCalls *calls);
+    [[nodiscard]] Result<Resolved> follow(std::string_view path) const;
+    [[nodiscard]] Result<UniqueFd> openOneByOne(std::string_view relativePath, int start) const;
+    void readMountTable();
+
+    UniqueFd m_root;
+    std::string m_canonicalRoot; ///< on the host
+    const SystemCalls *m_calls;
+    mutable std::atomic<bool> m_opensInOneCall = true; ///< openat2 has not been refused yet
+    struct HostMount {
+        std::string devicePath;
+        std::string type;
+        FileSystemKind kind;
+    };
+    std::vector<HostMount> m_mounts;                                   ///< below the root
+    absl::flat_hash_map<std::uint64_t, FileSystemKind> m_kindOfDevice; ///< by st_dev
+};
+
+} // namespace slicewise

@@ -1,0 +1,90 @@
+#include "platform/SystemCalls.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+
+#if defined(__linux__)
+#include <dirent.h>
+#include <linux/openat2.h>
+#include <sys/syscall.h>
+#include <sys/vfs.h>
+#else
+#include <sys/mount.h>
+#include <sys/param.h>
+#endif
+
+namespace slicewise {
+
+int SystemCalls::openWithoutLinks(int directory, const char *path, int flags) const
+{
+#if defined(__linux__)
+    open_how how{};
+    how.flags = static_cast<unsigned>(flags);
+    how.resolve = RESOLVE_NO_SYMLINKS;
+    // glibc has no wrapper for it.
+    return static_cast<int>(::syscall(SYS_openat2, directory, path, &how, sizeof how));
+#else
+    static_cast<void>(directory);
+    static_cast<void>(path);
+    static_cast<void>(flags);
+    errno = ENOSYS;
+    return -1;
+#endif
+}
+
+int SystemCalls::openAt(int directory, const char *path, int flags) const
+{
+    return ::openat(directory, path, flags);
+}
+
+int SystemCalls::statAt(int directory, const char *path, struct stat *status, int flags) const
+{
+    return ::fstatat(directory, path, status, flags);
+}
+
+int SystemCalls::statOpen(int descriptor, struct stat *status) const
+{
+    return ::fstat(descriptor, status);
+}
+
+int SystemCalls::fileSystemOf(int descriptor, FileSystemFacts *facts) const
+{
+    struct statfs raw = {};
+    if (::fstatfs(descriptor, &raw) != 0) {
+        return -1;
+    }
+#if defined(__linux__)
+    const auto fragmentSize = raw.f_frsize != 0 ? raw.f_frsize : raw.f_bsize;
+    facts->type = static_cast<std::uint32_t>(raw.f_type);
+    const auto &words = raw.f_fsid.__val;
+    facts->id = (static_cast<std::uint64_t>(static_cast<std::uint32_t>(words[0])) << 32U) |
+                static_cast<std::uint32_t>(words[1]);
+#else
+    const auto fragmentSize = raw.f_bsize;
+    facts->type = 0;
+    facts->id = static_cast<std::uint32_t>(raw.f_fsid.val[0]);
+#endif
+    facts->capacityBytes =
+        static_cast<std::uint64_t>(raw.f_blocks) * static_cast<std::uint64_t>(fragmentSize);
+    return 0;
+}
+
+ssize_t SystemCalls::readLinkAt(int directory, const char *path, std::span<char> target) const
+{
+    return ::readlinkat(directory, path, target.data(), target.size());
+}
+
+ssize_t SystemCalls::readEntries(int directory, std::span<std::byte> records) const
+{
+#if defined(__linux__)
+    return ::getdents64(directory, records.data(), records.size());
+#else
+    static_cast<void>(directory);
+    static_cast<void>(records);
+    errno = ENOSYS;
+    return -1;
+#endif
+}
+
+} // namespace slicewise

@@ -1,0 +1,41 @@
+// The system calls that the host device makes, one virtual function each, so that a test can make any of
+// them fail at any moment. Each answers as the call does: -1 and errno on failure. All functions may be
+// called from several threads at once.
+#pragma once
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace slicewise {
+
+/// What statfs(2) tells, in one shape on every platform.
+struct FileSystemFacts {
+    std::uint64_t type = 0; ///< f_type, the magic number; 0 where the platform has none
+    std::uint64_t id = 0;   ///< f_fsid
+    std::uint64_t capacityBytes = 0;
+};
+
+class SystemCalls {
+public:
+    SystemCalls() = default;
+    SystemCalls(const SystemCalls &) = delete;
+    SystemCalls &operator=(const SystemCalls &) = delete;
+    virtual ~SystemCalls() = default;
+
+    /// openat2(2) with RESOLVE_NO_SYMLINKS; ENOSYS on kernels and platforms without it.
+    [[nodiscard]] virtual int openWithoutLinks(int directory, const char *path, int flags) const;
+    [[nodiscard]] virtual int openAt(int directory, const char *path, int flags) const;
+    [[nodiscard]] virtual int statAt(int directory, const char *path, struct stat *status, int flags) const;
+    [[nodiscard]] virtual int statOpen(int descriptor, struct stat *status) const;
+    [[nodiscard]] virtual int fileSystemOf(int descriptor, FileSystemFacts *facts) const;
+    [[nodiscard]] virtual ssize_t readLinkAt(int directory, const char *path, std::span<char> target) const;
+    /// getdents64(2): linux_dirent64 records; ENOSYS on platforms without it.
+    [[nodiscard]] virtual ssize_t readEntries(int directory, std::span<std::byte> records) const;
+};
+
+} // namespace slicewise

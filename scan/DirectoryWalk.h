@@ -1,0 +1,127 @@
+// Walks a file system with several reading threads and hands the result over in the one order of a simple
+// loop: take the directory found last, list it, note its subdirectories, go on.
+//
+// A pool of threads opens, lists and stats directories ahead of the walk, those first that the walk needs
+// first, and no more than a bounded amount ahead. The thread that calls next() gets the directories in walk
+// order, whatever the readers' timing was, and reads one itself where it would otherwise wait. A directory
+// may come in several parts, one right after the other.
+//
+// Everything is private to the walk but the path table, which belongs to the tree; the walk alone adds to
+// it until it is destroyed. The destructor stops the readers and waits for them.
+#pragma once
+
+#include "platform/Device.h"
+#include "scan/ChunkPool.h"
+#include "scan/MountPolicy.h"
+#include "scan/PathTable.h"
+#include "scan/ScanReport.h"
+
+#include <absl/container/flat_hash_set.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace slicewise {
+
+class DirectoryWalk {
+public:
+    struct Options {
+        FileSystemScope scope = FileSystemScope::AllLocal;
+        unsigned readers = 2;                    ///< threads beside the caller's; 0 reads on that one alone
+        const std::atomic<bool> *stop = nullptr; ///< borrowed; checked at every directory and stretch
+    };
+
+    /// A stretch of one directory's entries.
+    struct Part {
+        const PathNode *path = nullptr;
+        std::string text;                  ///< of the path; only in a directory's first part
+        std::unique_ptr<EntryChunk> chunk; ///< may be null; give it back to pool()
+        bool startsDirectory = false;
+    };
+
+    /// Device, table and pool are borrowed.
+    DirectoryWalk(const Device &device, const std::string &rootPath, PathTable &paths, ChunkPool &pool,
+                  const Options &options);
+    DirectoryWalk(const DirectoryWalk &) = delete;
+    DirectoryWalk &operator=(const DirectoryWalk &) = delete;
+    ~DirectoryWalk();
+
+    /// Replaces `parts` by what comes next, waiting for it; false at the end. Always the same thread.
+    bool next(std::vector<Part> &parts);
+
+    /// What there is to tell of the parts handed out so far: failures, file systems, counts of directories.
+    /// The number of files is left at 0. For the thread that calls next().
+    [[nodiscard]] ScanReport &report() { return m_report; }
+
+private:
+    struct Reading;
+    struct Directory;
+    enum class State : std::uint8_t { Waiting, Reading, Complete };
+
+    void readAhead();
+    void readDirectory(DirectoryReader &reader, Directory &directory);
+    void openDirectory(DirectoryReader &reader, Directory &directory);
+    bool readStretches(DirectoryReader &reader, Directory &directory);
+    void leaveOutDotFile(std::unique_ptr<EntryChunk> &chunk);
+    void publishStretches(Directory &directory);
+    [[nodiscard]] bool stopped() const { return m_stop->load(std::memory_order_relaxed) || m_ending; }
+
+    // With m_mutex held:
+    [[nodiscard]] Directory *claimNext();
+    void claim(Directory &directory);
+    void makeReady(Directory &directory);
+    void complete(Directory &directory);
+    void expand(Directory &directory, Directory *before);
+    void insertIntoFrontier(Directory &directory, Directory *before);
+    void removeFromFrontier(Directory &directory);
+    [[nodiscard]] bool farEnoughAhead() const;
+    [[nodiscard]] bool headCanBeTaken() const;
+    [[nodiscard]] bool worthWaking() const;
+    [[nodiscard]] Directory *makeDirectory(const PathNode *path, std::uint64_t deviceAbove);
+    void recycle(Directory &directory);
+    void readHeadHere(std::unique_lock<std::mutex> &lock);
+    void takeReady(std::vector<Part> &parts);
+    bool takeHead(std::vector<Part> &parts);
+    void enterGate(Reading &reading);
+    void endHead();
+    void noteFileSystem(const Reading &reading);
+
+    const Device &m_device;
+    const MountPolicy m_policy;
+    PathTable &m_paths;
+    ChunkPool &m_pool;
+    const std::atomic<bool> *m_stop;
+    std::atomic<bool> m_ending = false;
+    std::atomic<bool> m_never = false; ///< what m_stop points to where nobody else stops the walk
+
+    std::mutex m_mutex;
+    std::condition_variable m_workCame;  ///< for readers
+    std::condition_variable m_partCame;  ///< for next()
+    std::deque<Directory> m_directories; ///< all that were ever needed at once
+    Directory *m_free = nullptr;
+    std::vector<std::unique_ptr<Reading>> m_spareReadings;
+    Directory *m_head = nullptr;          ///< what the walk needs next; the list goes on in walk order
+    Directory *m_frontierFirst = nullptr; ///< of those not completely read, in walk order
+    std::size_t m_readingCount = 0;
+    std::size_t m_idleReaders = 0;
+    bool m_callerWaits = false;
+    std::size_t m_aheadEntries = 0; ///< read and not handed out
+    std::size_t m_aheadDirectories = 0;
+
+    FileIdentity m_rootIdentity;
+    std::unique_ptr<DirectoryReader> m_callersReader;
+    absl::flat_hash_set<FileIdentity> m_seenTops;
+    ScanReport m_report;
+    std::vector<std::thread> m_threads;
+};
+
+} // namespace slicewise
