@@ -18,7 +18,9 @@ struct ErrorNumber {
 
 template <typename T> class Result {
 public:
+    // A function returns either of them as it is: NOLINTNEXTLINE(google-explicit-constructor)
     Result(T value) : m_content(std::in_place_index<0>, std::move(value)) {}
+    // NOLINTNEXTLINE(google-explicit-constructor): as above
     Result(ErrorNumber error) : m_content(std::in_place_index<1>, error) {}
 
     [[nodiscard]] bool ok() const { return m_content.index() == 0; }

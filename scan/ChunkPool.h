@@ -3,6 +3,7 @@
 
 #include "platform/EntryChunk.h"
 
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -29,10 +30,15 @@ public:
     {
         chunk->clear();
         const std::lock_guard lock(m_mutex);
-        m_free.push_back(std::move(chunk));
+        if (m_free.size() < kMostKept) {
+            m_free.push_back(std::move(chunk));
+        }
     }
 
 private:
+    // Each keeps the room that its largest directory took, so a few are worth it and thousands are not.
+    static constexpr std::size_t kMostKept = 128;
+
     std::mutex m_mutex;
     std::vector<std::unique_ptr<EntryChunk>> m_free;
 };

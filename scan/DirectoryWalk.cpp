@@ -10,8 +10,8 @@ namespace {
 
 // How far the readers may be ahead of the walk. Enough to keep them busy while the walk works off a batch;
 // beyond that it only costs memory.
-constexpr std::size_t kMostEntriesAhead = 32 * 1024;
-constexpr std::size_t kMostDirectoriesAhead = 2048;
+constexpr std::size_t kMostEntriesAhead = std::size_t{16} * 1024;
+constexpr std::size_t kMostDirectoriesAhead = 512;
 // What is handed out at once. Waking a sleeping thread costs as much as classifying some hundred files.
 constexpr std::size_t kEntriesWorthWaking = 1024;
 constexpr std::size_t kDirectoriesWorthWaking = 64;
@@ -188,7 +188,7 @@ bool DirectoryWalk::readStretches(DirectoryReader &reader, Directory &directory)
             }
         }
         if (hasFiles) {
-            reading.held.push_back(std::move(chunk));
+            reading.held.push_back(std::exchange(chunk, nullptr));
         }
         if (ended) {
             if (chunk) {

@@ -1,7 +1,6 @@
 #include "scan/PathTable.h"
 
 #include <algorithm>
-#include <memory>
 #include <new>
 
 namespace slicewise {
@@ -9,9 +8,8 @@ namespace slicewise {
 const PathNode *PathTable::add(const PathNode *parent, std::string_view name)
 {
     // One after the other in the same memory, so that a short name shares its node's cache line.
-    std::pmr::polymorphic_allocator<> allocator(&m_memory);
-    auto *node = allocator.allocate_object<PathNode>();
-    char *bytes = allocator.allocate_object<char>(name.size());
+    auto *node = m_memory.allocate<PathNode>();
+    auto *bytes = m_memory.allocate<char>(name.size());
     std::copy(name.begin(), name.end(), bytes);
     return ::new (node) PathNode(parent, m_storage, std::string_view(bytes, name.size()));
 }

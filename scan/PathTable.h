@@ -5,9 +5,10 @@
 // added never changes and may be read by any thread that learnt of it through a lock.
 #pragma once
 
+#include "scan/Arena.h"
+
 #include <cstddef>
 #include <cstdint>
-#include <memory_resource>
 #include <string>
 #include <string_view>
 
@@ -52,7 +53,7 @@ public:
 
 private:
     TreeStorage *m_storage;
-    std::pmr::monotonic_buffer_resource m_memory;
+    Arena m_memory;
 };
 
 } // namespace slicewise

@@ -31,9 +31,8 @@ template <typename Value> Ordering compare(Value left, Value right)
 
 SZANode *TreeStorage::makeNode(std::string_view name, std::uint64_t index)
 {
-    std::pmr::polymorphic_allocator<> allocator(&m_nodes);
-    auto *node = ::new (allocator.allocate_object<SZANode>())
-        SZANode(std::string_view(keepBytes(name), name.size()), index);
+    auto *node =
+        ::new (m_nodes.allocate<SZANode>()) SZANode(std::string_view(keepBytes(name), name.size()), index);
     node->m_link.file = m_nowhere;
     return node;
 }
@@ -43,7 +42,7 @@ const char *TreeStorage::keepBytes(std::string_view bytes)
     if (bytes.empty()) {
         return "";
     }
-    char *copy = std::pmr::polymorphic_allocator<>(&m_names).allocate_object<char>(bytes.size());
+    char *copy = m_names.allocate<char>(bytes.size());
     std::copy(bytes.begin(), bytes.end(), copy);
     return copy;
 }
@@ -52,8 +51,7 @@ const char *TreeStorage::keepName(std::string_view key, std::string_view name)
 {
     // key, its length, name
     const auto length = static_cast<std::uint32_t>(key.size());
-    char *copy = std::pmr::polymorphic_allocator<>(&m_names).allocate_object<char>(
-        key.size() + sizeof length + name.size());
+    char *copy = m_names.allocate<char>(key.size() + sizeof length + name.size());
     std::copy(key.begin(), key.end(), copy);
     std::memcpy(copy + key.size(), &length, sizeof length);
     std::copy(name.begin(), name.end(), copy + key.size() + sizeof length);

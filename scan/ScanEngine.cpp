@@ -20,7 +20,7 @@ namespace slicewise {
 namespace {
 
 // Batches that may wait for the node creator; more would only be memory.
-constexpr std::size_t kMostBatchesWaiting = 8;
+constexpr std::size_t kMostBatchesWaiting = 4;
 
 /// One part of a directory, classified.
 struct ClassifiedPart {
@@ -145,7 +145,9 @@ private:
 
 unsigned readersOfThisMachine()
 {
-    return std::clamp(std::thread::hardware_concurrency(), 2U, 16U);
+    // A reader mostly waits where nothing is cached, and one that can run costs no more than one that can
+    // not.
+    return std::clamp(2 * std::thread::hardware_concurrency(), 8U, 32U);
 }
 
 } // namespace

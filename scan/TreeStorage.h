@@ -5,6 +5,7 @@
 // asked for: each of these may be filled by a thread of its own.
 #pragma once
 
+#include "scan/Arena.h"
 #include "scan/PathTable.h"
 #include "scan/SZANode.h"
 
@@ -14,7 +15,6 @@
 
 #include <deque>
 #include <memory>
-#include <memory_resource>
 #include <string>
 #include <string_view>
 
@@ -80,8 +80,8 @@ private:
     const char *keepBytes(std::string_view bytes);
 
     const Device *m_device;
-    std::pmr::monotonic_buffer_resource m_nodes;
-    std::pmr::monotonic_buffer_resource m_names;
+    Arena m_nodes;
+    Arena m_names;
     std::deque<InnerPart> m_inner;
     PathTable m_paths;
     const PathNode *m_nowhere; ///< the file of what has none: it knows its tree by it

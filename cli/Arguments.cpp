@@ -1,0 +1,93 @@
+#include "cli/Arguments.h"
+
+#include "SlicewiseVersion.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <memory>
+#include <utility>
+
+namespace slicewise {
+
+namespace {
+
+constexpr const char *kFooter = R"(
+A category path has the names of the levels with "/" between them, as in
+"Others/usr/lib". In names, \xNN stands for the byte with that hexadecimal number.
+
+Examples:
+  slicewise-cli                                where the storage of this machine went
+  slicewise-cli --path "Operating System" --depth 2 --top 10
+  slicewise-cli --root /mnt/phone              a device's tree, mounted or extracted
+  slicewise-cli --json > disk.json             the whole tree, for other programs
+  slicewise-cli classify /usr/bin/env          the category of a file
+
+Exit status: 0 done, 1 could not do it, 2 wrong usage, 130 interrupted.)";
+
+ArgumentsAnswer wrongUsage(std::string sentence)
+{
+    while (sentence.ends_with('\n') || sentence.ends_with('.')) {
+        sentence.pop_back();
+    }
+    return {.text = fmt::format("slicewise-cli: {}. See slicewise-cli --help.\n", sentence), .status = 2};
+}
+
+} // namespace
+
+Arguments readArguments(int argc, const char *const *argv)
+{
+    CLI::App app("Shows where the storage of a device went.", "slicewise-cli");
+    app.footer(kFooter);
+    app.set_version_flag("--version", "slicewise-cli " SLICEWISE_VERSION, "Print the version");
+    app.set_help_flag("-h,--help", "Print this help");
+    app.get_formatter()->column_width(30);
+    app.require_subcommand(0, 1);
+
+    ScanArguments scan;
+    ClassifyArguments classify;
+    bool oneFileSystem = false;
+    app.add_option("--root", scan.root, "The directory that is the device's \"/\"")->type_name("DIR");
+    std::vector<CLI::Option *> ofScan = {
+        app.add_flag("-x,--one-file-system", oneFileSystem, "Stay on the root's own file system"),
+        app.add_option("--path", scan.path, "The category to show (default: all)")->type_name("CATEGORY"),
+        app.add_option("--depth", scan.depth, "How many levels to show")->type_name("N"),
+        app.add_option("--top", scan.top, "How many rows a level to show")->type_name("N"),
+        app.add_flag("--json", scan.json, "Print the tree as JSON"),
+        app.add_flag("--errors", scan.errors, "List what could not be read, and why"),
+        app.add_flag("--no-progress", scan.noProgress, "Show no progress while it runs"),
+        app.add_flag("-q,--quiet", scan.quiet, "No progress, no log, no closing lines"),
+    };
+    CLI::App *scanCommand = app.add_subcommand("scan", "Scan and report (what happens without a command)");
+    CLI::App *classifyCommand = app.add_subcommand("classify", "Print the category path of each device path");
+    classifyCommand->add_option("PATH", classify.paths, "A full path on the device")->required();
+    scanCommand->fallthrough();
+    classifyCommand->fallthrough();
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp &) {
+        return ArgumentsAnswer{.text = app.help(), .status = 0};
+    } catch (const CLI::CallForVersion &) {
+        return ArgumentsAnswer{.text = "slicewise-cli " SLICEWISE_VERSION "\n", .status = 0};
+    } catch (const CLI::ParseError &error) {
+        return wrongUsage(error.what());
+    }
+
+    if (classifyCommand->parsed()) {
+        for (const CLI::Option *option : ofScan) {
+            if (option->count() > 0) {
+                return wrongUsage(fmt::format("{} goes with a scan, not with classify", option->get_name()));
+            }
+        }
+        classify.root = std::move(scan.root);
+        return classify;
+    }
+    if (scan.json && scan.top) {
+        return wrongUsage("--top cuts the report and can't be given with --json, whose levels are complete");
+    }
+    scan.scope = oneFileSystem ? FileSystemScope::RootOnly : FileSystemScope::AllLocal;
+    return scan;
+}
+
+} // namespace slicewise

@@ -1,0 +1,74 @@
+// Entry point of slicewise-cli.
+
+#include "cli/Arguments.h"
+#include "cli/Commands.h"
+#include "cli/Numbers.h"
+#include "cli/Output.h"
+#include "cli/Progress.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <clocale>
+#include <csignal>
+#include <cstdlib>
+#include <variant>
+
+namespace {
+
+constexpr int kInterrupted = 130;
+
+// A scan reads and writes nothing, so it may end at any moment; waiting for its threads could take as long
+// as the disk does.
+extern "C" void endOnInterrupt(int)
+{
+    slicewise::Progress::clearFromSignalHandler();
+    ::_exit(kInterrupted);
+}
+
+// A file that is opened must not become the standard output that somebody closed.
+bool reserveStandardDescriptors()
+{
+    const bool outputIsOpen = ::fcntl(STDOUT_FILENO, F_GETFD) != -1;
+    for (int descriptor = ::open("/dev/null", O_RDWR); descriptor >= 0; descriptor = ::dup(descriptor)) {
+        if (descriptor > STDERR_FILENO) {
+            ::close(descriptor);
+            break;
+        }
+    }
+    return outputIsOpen;
+}
+
+int runCommand(const slicewise::Arguments &arguments, slicewise::Output &output)
+{
+    if (const auto *answer = std::get_if<slicewise::ArgumentsAnswer>(&arguments)) {
+        slicewise::Output standardError(STDERR_FILENO);
+        slicewise::Output &where = answer->status == 0 ? output : standardError;
+        where.write(answer->text);
+        where.flush();
+        return slicewise::statusAfterWriting(output, answer->status);
+    }
+    if (const auto *classify = std::get_if<slicewise::ClassifyArguments>(&arguments)) {
+        return slicewise::runClassify(*classify, output);
+    }
+    return slicewise::runScan(std::get<slicewise::ScanArguments>(arguments), output);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const bool outputIsOpen = reserveStandardDescriptors();
+    std::setlocale(LC_ALL, ""); // NOLINT(concurrency-mt-unsafe): there is one thread yet
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGINT, endOnInterrupt);
+
+    const slicewise::Arguments arguments = slicewise::readArguments(argc, argv);
+    if (!outputIsOpen) {
+        slicewise::tell("Standard output is closed, so there is nowhere to write to.");
+        return 1;
+    }
+    slicewise::Output output(STDOUT_FILENO);
+    return runCommand(arguments, output);
+}

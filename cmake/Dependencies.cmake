@@ -1,0 +1,38 @@
+# Every library that Slicewise links, found here and nowhere else. script/setup installs the packages.
+#
+# Targets to link:
+#   fmt::fmt                        text formatting
+#   absl::flat_hash_map, ...        hash maps and ordered containers
+#   CLI11::CLI11                    command line arguments
+#   slicewise::rapidjson            streamed JSON
+#   slicewise::utf8proc             Unicode: cell widths, normal forms
+#   Threads::Threads                threads
+#   GTest::gtest_main, GTest::gmock tests (slicewise_test links them)
+#   benchmark::benchmark            benchmarks
+#
+# Imported targets are SYSTEM: their headers never raise a warning of ours.
+
+set(THREADS_PREFER_PTHREAD_FLAG ON)
+find_package(Threads REQUIRED)
+find_package(fmt REQUIRED)
+find_package(absl REQUIRED)
+find_package(CLI11 REQUIRED)
+
+# Debian's package file names no target, and only says where the headers are.
+find_package(RapidJSON REQUIRED)
+add_library(slicewise_rapidjson INTERFACE IMPORTED)
+target_include_directories(slicewise_rapidjson INTERFACE ${RAPIDJSON_INCLUDE_DIRS})
+# Sizes are std::size_t's and texts std::string's, here as in the rest of the code.
+target_compile_definitions(slicewise_rapidjson INTERFACE RAPIDJSON_HAS_STDSTRING=1)
+add_library(slicewise::rapidjson ALIAS slicewise_rapidjson)
+
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(UTF8PROC REQUIRED IMPORTED_TARGET GLOBAL libutf8proc)
+add_library(slicewise::utf8proc ALIAS PkgConfig::UTF8PROC)
+
+if(SLICEWISE_BUILD_TESTS OR SLICEWISE_BUILD_FUZZERS)
+    find_package(GTest REQUIRED)
+endif()
+if(SLICEWISE_BUILD_BENCH)
+    find_package(benchmark REQUIRED)
+endif()
