@@ -51,8 +51,12 @@ Arguments readArguments(int argc, const char *const *argv)
     std::vector<CLI::Option *> ofScan = {
         app.add_flag("-x,--one-file-system", oneFileSystem, "Stay on the root's own file system"),
         app.add_option("--path", scan.path, "The category to show (default: all)")->type_name("CATEGORY"),
-        app.add_option("--depth", scan.depth, "How many levels to show")->type_name("N"),
-        app.add_option("--top", scan.top, "How many rows a level to show")->type_name("N"),
+        app.add_option("--depth", scan.depth, "How many levels to show")
+            ->type_name("N")
+            ->check(CLI::NonNegativeNumber),
+        app.add_option("--top", scan.top, "How many rows a level to show")
+            ->type_name("N")
+            ->check(CLI::NonNegativeNumber),
         app.add_flag("--json", scan.json, "Print the tree as JSON"),
         app.add_flag("--errors", scan.errors, "List what could not be read, and why"),
         app.add_flag("--no-progress", scan.noProgress, "Show no progress while it runs"),
@@ -64,10 +68,12 @@ Arguments readArguments(int argc, const char *const *argv)
     scanCommand->fallthrough();
     classifyCommand->fallthrough();
 
+    // Taken before parsing: afterwards it would be that of the command that was named, without the options.
+    const std::string help = app.help();
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp &) {
-        return ArgumentsAnswer{.text = app.help(), .status = 0};
+        return ArgumentsAnswer{.text = help, .status = 0};
     } catch (const CLI::CallForVersion &) {
         return ArgumentsAnswer{.text = "slicewise-cli " SLICEWISE_VERSION "\n", .status = 0};
     } catch (const CLI::ParseError &error) {
