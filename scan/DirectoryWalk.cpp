@@ -34,36 +34,6 @@ std::size_t entriesIn(const std::vector<std::unique_ptr<EntryChunk>> &chunks)
 
 } // namespace
 
-/// What is known of a directory while it is being read and until it has been handed out. Touched by its
-/// reader without the lock, but for what is marked.
-struct DirectoryWalk::Reading {
-    std::string text;
-    bool byCaller = false;
-    bool opened = false;
-    bool isGate = false; ///< whether it is entered is decided when its turn comes
-    int error = 0;
-    FileIdentity identity;
-    std::optional<FileSystem> fileSystem; ///< where it is not that of the directory above
-    std::optional<NotEntered> refused;
-    EntryChunk subdirectories; ///< names only
-    std::vector<std::unique_ptr<EntryChunk>> held;
-
-    // With the lock:
-    std::vector<std::unique_ptr<EntryChunk>> ready;
-    bool started = false; ///< its first part has been handed out
-    bool gateEntered = false;
-};
-
-struct DirectoryWalk::Directory {
-    const PathNode *path = nullptr;
-    std::uint64_t deviceAbove = kNoDevice;
-    State state = State::Waiting;
-    Directory *next = nullptr; ///< in walk order; in the free list while unused
-    Directory *frontierPrevious = nullptr;
-    Directory *frontierNext = nullptr;
-    std::unique_ptr<Reading> reading;
-};
-
 DirectoryWalk::DirectoryWalk(const Device &device, const std::string &rootPath, PathTable &paths,
                              ChunkPool &pool, const Options &options)
     : m_device(device),
@@ -71,10 +41,9 @@ DirectoryWalk::DirectoryWalk(const Device &device, const std::string &rootPath, 
       m_paths(paths),
       m_pool(pool),
       m_stop(options.stop != nullptr ? options.stop : &m_never),
+      m_order(paths.add(nullptr, rootPath), kNoDevice),
       m_callersReader(device.makeReader())
 {
-    m_head = makeDirectory(m_paths.add(nullptr, rootPath), kNoDevice);
-    m_frontierFirst = m_head;
     m_threads.reserve(options.readers);
     for (unsigned i = 0; i < options.readers; ++i) {
         m_threads.emplace_back([this] { readAhead(); });
@@ -100,7 +69,7 @@ void DirectoryWalk::readAhead()
     const std::unique_ptr<DirectoryReader> reader = m_device.makeReader();
     std::unique_lock lock(m_mutex);
     while (!stopped()) {
-        Directory *directory = claimNext();
+        WalkedDirectory *directory = claimNext();
         if (directory == nullptr) {
             ++m_idleReaders;
             // Whoever asks to stop only sets a flag, so look at it now and then.
@@ -122,7 +91,7 @@ void DirectoryWalk::readAhead()
     }
 }
 
-void DirectoryWalk::readDirectory(DirectoryReader &reader, Directory &directory)
+void DirectoryWalk::readDirectory(DirectoryReader &reader, WalkedDirectory &directory)
 {
     openDirectory(reader, directory);
     while (!readStretches(reader, directory)) {
@@ -130,9 +99,9 @@ void DirectoryWalk::readDirectory(DirectoryReader &reader, Directory &directory)
     }
 }
 
-void DirectoryWalk::openDirectory(DirectoryReader &reader, Directory &directory)
+void DirectoryWalk::openDirectory(DirectoryReader &reader, WalkedDirectory &directory)
 {
-    Reading &reading = *directory.reading;
+    DirectoryReading &reading = *directory.reading;
     const bool isRoot = directory.path->parent() == nullptr;
     reading.text = directory.path->text();
     reading.refused = m_policy.refusalBeforeOpening(reading.text);
@@ -160,9 +129,9 @@ void DirectoryWalk::openDirectory(DirectoryReader &reader, Directory &directory)
 }
 
 // Reads some stretches of an open directory; true when there is no more.
-bool DirectoryWalk::readStretches(DirectoryReader &reader, Directory &directory)
+bool DirectoryWalk::readStretches(DirectoryReader &reader, WalkedDirectory &directory)
 {
-    Reading &reading = *directory.reading;
+    DirectoryReading &reading = *directory.reading;
     std::unique_ptr<EntryChunk> chunk;
     while (reading.opened && reading.held.size() < kStretchesHeld) {
         if (stopped()) {
@@ -226,7 +195,7 @@ void DirectoryWalk::leaveOutDotFile(std::unique_ptr<EntryChunk> &chunk)
     m_pool.giveBack(std::exchange(chunk, std::move(rest)));
 }
 
-void DirectoryWalk::publishStretches(Directory &directory)
+void DirectoryWalk::publishStretches(WalkedDirectory &directory)
 {
     std::unique_lock lock(m_mutex);
     makeReady(directory);
@@ -234,7 +203,7 @@ void DirectoryWalk::publishStretches(Directory &directory)
         m_partCame.notify_one();
     }
     ++m_idleReaders;
-    while (farEnoughAhead() && &directory != m_head && !stopped()) {
+    while (farEnoughAhead() && &directory != m_order.head() && !stopped()) {
         m_workCame.wait_for(lock, std::chrono::milliseconds(20));
     }
     --m_idleReaders;
@@ -242,95 +211,36 @@ void DirectoryWalk::publishStretches(Directory &directory)
 
 // ---- with the lock held
 
-void DirectoryWalk::makeReady(Directory &directory)
+void DirectoryWalk::makeReady(WalkedDirectory &directory)
 {
-    Reading &reading = *directory.reading;
+    DirectoryReading &reading = *directory.reading;
     m_aheadEntries += entriesIn(reading.held);
     std::move(reading.held.begin(), reading.held.end(), std::back_inserter(reading.ready));
     reading.held.clear();
 }
 
-DirectoryWalk::Directory *DirectoryWalk::claimNext()
+WalkedDirectory *DirectoryWalk::claimNext()
 {
-    // At most as many as there are threads are being read at the front.
-    Directory *directory = m_frontierFirst;
-    while (directory != nullptr && directory->state == State::Reading) {
-        directory = directory->frontierNext;
-    }
-    return directory != nullptr && farEnoughAhead() && directory != m_head ? nullptr : directory;
+    WalkedDirectory *directory = m_order.firstWaiting();
+    return directory != m_order.head() && farEnoughAhead() ? nullptr : directory;
 }
 
-void DirectoryWalk::claim(Directory &directory)
+void DirectoryWalk::claim(WalkedDirectory &directory)
 {
-    directory.state = State::Reading;
+    m_order.begin(directory);
     ++m_readingCount;
-    if (m_spareReadings.empty()) {
-        directory.reading = std::make_unique<Reading>();
-    } else {
-        directory.reading = std::move(m_spareReadings.back());
-        m_spareReadings.pop_back();
-    }
 }
 
-void DirectoryWalk::complete(Directory &directory)
+void DirectoryWalk::complete(WalkedDirectory &directory)
 {
     makeReady(directory);
-    directory.state = State::Complete;
     --m_readingCount;
     ++m_aheadDirectories;
-    if (!directory.reading->isGate) {
-        expand(directory, &directory);
-    }
-    removeFromFrontier(directory);
-}
-
-// Puts the subdirectories behind their directory in walk order, the one listed last first, and into the
-// frontier before `before`.
-void DirectoryWalk::expand(Directory &directory, Directory *before)
-{
-    EntryChunk &subdirectories = directory.reading->subdirectories;
-    const std::uint64_t device = directory.reading->identity.device;
-    for (const EntryChunk::Entry &entry : subdirectories.entries()) {
-        // Each goes right behind the directory, and so before those that were listed earlier.
-        Directory *child = makeDirectory(m_paths.add(directory.path, subdirectories.name(entry)), device);
-        child->next = directory.next;
-        directory.next = child;
-        insertIntoFrontier(*child, before);
-        before = child;
-    }
-    subdirectories.clear();
-}
-
-void DirectoryWalk::insertIntoFrontier(Directory &directory, Directory *before)
-{
-    directory.frontierNext = before;
-    if (before == nullptr) {
-        // Only where the frontier is empty: what is expanded without a place in it is the head.
-        directory.frontierPrevious = nullptr;
-        m_frontierFirst = &directory;
-        return;
-    }
-    directory.frontierPrevious = before->frontierPrevious;
-    if (before->frontierPrevious != nullptr) {
-        before->frontierPrevious->frontierNext = &directory;
+    if (directory.reading->isGate) {
+        m_order.completeAsGate(directory);
     } else {
-        m_frontierFirst = &directory;
+        m_order.completeAndExpand(directory, m_paths);
     }
-    before->frontierPrevious = &directory;
-}
-
-void DirectoryWalk::removeFromFrontier(Directory &directory)
-{
-    if (directory.frontierPrevious != nullptr) {
-        directory.frontierPrevious->frontierNext = directory.frontierNext;
-    } else {
-        m_frontierFirst = directory.frontierNext;
-    }
-    if (directory.frontierNext != nullptr) {
-        directory.frontierNext->frontierPrevious = directory.frontierPrevious;
-    }
-    directory.frontierPrevious = nullptr;
-    directory.frontierNext = nullptr;
 }
 
 bool DirectoryWalk::farEnoughAhead() const
@@ -340,8 +250,9 @@ bool DirectoryWalk::farEnoughAhead() const
 
 bool DirectoryWalk::headCanBeTaken() const
 {
-    return m_head != nullptr &&
-           (m_head->state == State::Complete || (m_head->reading && !m_head->reading->ready.empty()));
+    const WalkedDirectory *head = m_order.head();
+    return head != nullptr &&
+           (head->state == State::Complete || (head->reading && !head->reading->ready.empty()));
 }
 
 bool DirectoryWalk::worthWaking() const
@@ -351,34 +262,6 @@ bool DirectoryWalk::worthWaking() const
     return headCanBeTaken() && (enough || m_readingCount == 0);
 }
 
-DirectoryWalk::Directory *DirectoryWalk::makeDirectory(const PathNode *path, std::uint64_t deviceAbove)
-{
-    Directory *directory = m_free;
-    if (directory != nullptr) {
-        m_free = directory->next;
-        directory->next = nullptr;
-        directory->state = State::Waiting;
-    } else {
-        directory = &m_directories.emplace_back();
-    }
-    directory->path = path;
-    directory->deviceAbove = deviceAbove;
-    return directory;
-}
-
-void DirectoryWalk::recycle(Directory &directory)
-{
-    // Only what may be in flight at once is worth keeping; a directory that waits needs none.
-    constexpr std::size_t kMostSpare = 256;
-    if (m_spareReadings.size() < kMostSpare) {
-        *directory.reading = Reading();
-        m_spareReadings.push_back(std::move(directory.reading));
-    }
-    directory.reading.reset();
-    directory.next = m_free;
-    m_free = &directory;
-}
-
 // ---- the caller's side
 
 bool DirectoryWalk::next(std::vector<Part> &parts)
@@ -386,12 +269,12 @@ bool DirectoryWalk::next(std::vector<Part> &parts)
     parts.clear();
     std::unique_lock lock(m_mutex);
     bool waitedLongEnough = false;
-    while (m_head != nullptr) {
+    while (const WalkedDirectory *head = m_order.head()) {
         if (stopped()) {
             m_report.stopped = true;
             return false;
         }
-        if (m_head->state == State::Waiting || (m_head->reading && m_head->reading->byCaller)) {
+        if (head->state == State::Waiting || head->reading->byCaller) {
             readHeadHere(lock);
         } else if (!worthWaking() && !(waitedLongEnough && headCanBeTaken())) {
             m_callerWaits = true;
@@ -410,7 +293,7 @@ bool DirectoryWalk::next(std::vector<Part> &parts)
 // Reads some of the directory that the walk needs next on the calling thread.
 void DirectoryWalk::readHeadHere(std::unique_lock<std::mutex> &lock)
 {
-    Directory &head = *m_head;
+    WalkedDirectory &head = *m_order.head();
     const bool isNew = head.state == State::Waiting;
     if (isNew) {
         claim(head);
@@ -456,8 +339,8 @@ void DirectoryWalk::takeReady(std::vector<Part> &parts)
 // Hands out what the head has ready; true when that was all of it and the next directory is the head.
 bool DirectoryWalk::takeHead(std::vector<Part> &parts)
 {
-    Directory &head = *m_head;
-    Reading &reading = *head.reading;
+    WalkedDirectory &head = *m_order.head();
+    DirectoryReading &reading = *head.reading;
     if (reading.isGate && !reading.gateEntered && !reading.refused) {
         enterGate(reading);
     }
@@ -490,7 +373,7 @@ bool DirectoryWalk::takeHead(std::vector<Part> &parts)
     return true;
 }
 
-void DirectoryWalk::enterGate(Reading &reading)
+void DirectoryWalk::enterGate(DirectoryReading &reading)
 {
     if (m_seenTops.insert(reading.identity).second) {
         reading.gateEntered = true;
@@ -503,8 +386,8 @@ void DirectoryWalk::enterGate(Reading &reading)
 // Notes what there is to tell of the head and goes on to the next directory.
 void DirectoryWalk::endHead()
 {
-    Directory &head = *m_head;
-    Reading &reading = *head.reading;
+    WalkedDirectory &head = *m_order.head();
+    DirectoryReading &reading = *head.reading;
     if (reading.refused) {
         m_report.notEntered.push_back(std::move(*reading.refused));
     } else {
@@ -517,15 +400,14 @@ void DirectoryWalk::endHead()
                 {.path = reading.text, .of = ScanFailure::Of::Directory, .error = reading.error});
         }
         if (reading.isGate) {
-            expand(head, m_frontierFirst);
+            m_order.expandGate(m_paths);
         }
     }
     --m_aheadDirectories;
-    m_head = head.next;
-    recycle(head);
+    m_order.dropHead();
 }
 
-void DirectoryWalk::noteFileSystem(const Reading &reading)
+void DirectoryWalk::noteFileSystem(const DirectoryReading &reading)
 {
     if (!reading.fileSystem) {
         return;

@@ -15,6 +15,7 @@
 #include "scan/MountPolicy.h"
 #include "scan/PathTable.h"
 #include "scan/ScanReport.h"
+#include "scan/WalkOrder.h"
 
 #include <absl/container/flat_hash_set.h>
 
@@ -22,7 +23,6 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -63,37 +63,30 @@ public:
     [[nodiscard]] ScanReport &report() { return m_report; }
 
 private:
-    struct Reading;
-    struct Directory;
-    enum class State : std::uint8_t { Waiting, Reading, Complete };
+    using State = WalkedDirectory::State;
 
     void readAhead();
-    void readDirectory(DirectoryReader &reader, Directory &directory);
-    void openDirectory(DirectoryReader &reader, Directory &directory);
-    bool readStretches(DirectoryReader &reader, Directory &directory);
+    void readDirectory(DirectoryReader &reader, WalkedDirectory &directory);
+    void openDirectory(DirectoryReader &reader, WalkedDirectory &directory);
+    bool readStretches(DirectoryReader &reader, WalkedDirectory &directory);
     void leaveOutDotFile(std::unique_ptr<EntryChunk> &chunk);
-    void publishStretches(Directory &directory);
+    void publishStretches(WalkedDirectory &directory);
     [[nodiscard]] bool stopped() const { return m_stop->load(std::memory_order_relaxed) || m_ending; }
 
     // With m_mutex held:
-    [[nodiscard]] Directory *claimNext();
-    void claim(Directory &directory);
-    void makeReady(Directory &directory);
-    void complete(Directory &directory);
-    void expand(Directory &directory, Directory *before);
-    void insertIntoFrontier(Directory &directory, Directory *before);
-    void removeFromFrontier(Directory &directory);
+    [[nodiscard]] WalkedDirectory *claimNext();
+    void claim(WalkedDirectory &directory);
+    void makeReady(WalkedDirectory &directory);
+    void complete(WalkedDirectory &directory);
     [[nodiscard]] bool farEnoughAhead() const;
     [[nodiscard]] bool headCanBeTaken() const;
     [[nodiscard]] bool worthWaking() const;
-    [[nodiscard]] Directory *makeDirectory(const PathNode *path, std::uint64_t deviceAbove);
-    void recycle(Directory &directory);
     void readHeadHere(std::unique_lock<std::mutex> &lock);
     void takeReady(std::vector<Part> &parts);
     bool takeHead(std::vector<Part> &parts);
-    void enterGate(Reading &reading);
+    void enterGate(DirectoryReading &reading);
     void endHead();
-    void noteFileSystem(const Reading &reading);
+    void noteFileSystem(const DirectoryReading &reading);
 
     const Device &m_device;
     const MountPolicy m_policy;
@@ -104,13 +97,9 @@ private:
     std::atomic<bool> m_never = false; ///< what m_stop points to where nobody else stops the walk
 
     std::mutex m_mutex;
-    std::condition_variable m_workCame;  ///< for readers
-    std::condition_variable m_partCame;  ///< for next()
-    std::deque<Directory> m_directories; ///< all that were ever needed at once
-    Directory *m_free = nullptr;
-    std::vector<std::unique_ptr<Reading>> m_spareReadings;
-    Directory *m_head = nullptr;          ///< what the walk needs next; the list goes on in walk order
-    Directory *m_frontierFirst = nullptr; ///< of those not completely read, in walk order
+    std::condition_variable m_workCame; ///< for readers
+    std::condition_variable m_partCame; ///< for next()
+    WalkOrder m_order;
     std::size_t m_readingCount = 0;
     std::size_t m_idleReaders = 0;
     bool m_callerWaits = false;
