@@ -55,7 +55,14 @@ std::unique_ptr<HostDevice> openDevice(const std::string &root)
 
 std::unique_ptr<Log> makeLog(bool quiet)
 {
-    return quiet ? std::make_unique<Log>([](std::string_view) {}) : std::make_unique<Log>("slicewise-cli");
+    if (quiet) {
+        return std::make_unique<Log>([](std::string_view) {});
+    }
+    const auto standardError = std::make_shared<Log>("slicewise-cli");
+    return std::make_unique<Log>([standardError](std::string_view line) {
+        Progress::takeOffTerminal();
+        standardError->line(line);
+    });
 }
 
 } // namespace

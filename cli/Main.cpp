@@ -2,14 +2,12 @@
 
 #include "cli/Arguments.h"
 #include "cli/Commands.h"
-#include "cli/Numbers.h"
 #include "cli/Output.h"
 #include "cli/Progress.h"
+#include "platform/StandardDescriptors.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <clocale>
 #include <csignal>
 #include <cstdlib>
@@ -23,21 +21,8 @@ constexpr int kInterrupted = 130;
 // as the disk does.
 extern "C" void endOnInterrupt(int)
 {
-    slicewise::Progress::clearFromSignalHandler();
+    slicewise::Progress::takeOffTerminal();
     ::_exit(kInterrupted);
-}
-
-// A file that is opened must not become the standard output that somebody closed.
-bool reserveStandardDescriptors()
-{
-    const bool outputIsOpen = ::fcntl(STDOUT_FILENO, F_GETFD) != -1;
-    for (int descriptor = ::open("/dev/null", O_RDWR); descriptor >= 0; descriptor = ::dup(descriptor)) {
-        if (descriptor > STDERR_FILENO) {
-            ::close(descriptor);
-            break;
-        }
-    }
-    return outputIsOpen;
 }
 
 int runCommand(const slicewise::Arguments &arguments, slicewise::Output &output)
@@ -59,7 +44,7 @@ int runCommand(const slicewise::Arguments &arguments, slicewise::Output &output)
 
 int main(int argc, char **argv)
 {
-    const bool outputIsOpen = reserveStandardDescriptors();
+    const bool outputIsOpen = slicewise::reserveStandardDescriptors();
     std::setlocale(LC_ALL, ""); // NOLINT(concurrency-mt-unsafe): there is one thread yet
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGINT, endOnInterrupt);

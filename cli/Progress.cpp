@@ -39,10 +39,10 @@ Progress::~Progress()
     }
     m_ended.notify_one();
     m_thread.join();
-    clearFromSignalHandler();
+    takeOffTerminal();
 }
 
-void Progress::clearFromSignalHandler()
+void Progress::takeOffTerminal()
 {
     if (lineIsShown.exchange(false)) {
         writeToTerminal(kClearLine);

@@ -19,8 +19,9 @@ public:
     /// Takes the line off the terminal.
     ~Progress();
 
-    /// From a signal handler: takes the line off the terminal, if there is one.
-    static void clearFromSignalHandler();
+    /// Takes the line off the terminal, if there is one, before something else is written there; the next one
+    /// comes back. Any thread, and signal handlers.
+    static void takeOffTerminal();
 
 private:
     void run();

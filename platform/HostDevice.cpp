@@ -26,6 +26,11 @@ constexpr int kOpenToPass = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 #else
 constexpr int kOpenToPass = kOpenDirectory;
 #endif
+int flagsFor(HostDevice::OpenFor purpose)
+{
+    return purpose == HostDevice::OpenFor::Reading ? kOpenDirectory : kOpenToPass;
+}
+
 constexpr int kMostLinks = 40; // as path_resolution(7) has it
 constexpr std::size_t kLongestPiece = PATH_MAX - 1;
 
@@ -61,6 +66,19 @@ std::string_view takeComponent(std::string_view &path)
         path.remove_prefix(1);
     }
     return component;
+}
+
+// Whether one of the components is "..".
+bool goesUp(std::string_view path)
+{
+    for (std::size_t at = path.find(".."); at != std::string_view::npos; at = path.find("..", at + 1)) {
+        const bool begins = at == 0 || path[at - 1] == '/';
+        const bool ends = at + 2 == path.size() || path[at + 2] == '/';
+        if (begins && ends) {
+            return true;
+        }
+    }
+    return false;
 }
 
 // As much of a relative path as one call takes, cut before a "/", taken off it.
@@ -129,9 +147,12 @@ std::unique_ptr<DirectoryReader> HostDevice::makeReader() const
     return std::make_unique<HostDirectoryReader>(*this);
 }
 
-Result<UniqueFd> HostDevice::openDirectory(std::string_view relativePath, int start) const
+Result<UniqueFd> HostDevice::openDirectory(std::string_view relativePath, int start, OpenFor purpose) const
 {
     std::string_view rest = withoutSlashes(relativePath);
+    if (goesUp(rest)) {
+        return ErrorNumber{EINVAL};
+    }
     if (rest.empty()) {
         rest = ".";
     }
@@ -139,10 +160,11 @@ Result<UniqueFd> HostDevice::openDirectory(std::string_view relativePath, int st
     while (!rest.empty()) {
         const std::string piece(takePiece(rest));
         const int from = current ? current.get() : start;
-        const int flags = rest.empty() ? kOpenDirectory : kOpenToPass;
+        const int flags = rest.empty() ? flagsFor(purpose) : kOpenToPass;
         int opened = -1;
         if (m_opensInOneCall.load(std::memory_order_relaxed)) {
-            opened = m_calls->openWithoutLinks(from, piece.c_str(), flags);
+            // The call itself refuses links, the last name included, and then says so.
+            opened = m_calls->openWithoutLinks(from, piece.c_str(), flags & ~O_NOFOLLOW);
             if (opened < 0 && (errno == ENOSYS || errno == EPERM)) {
                 m_opensInOneCall.store(false, std::memory_order_relaxed);
             } else if (opened < 0) {
@@ -150,19 +172,19 @@ Result<UniqueFd> HostDevice::openDirectory(std::string_view relativePath, int st
             }
         }
         if (opened < 0) {
-            return openOneByOne(rest.empty() ? piece : piece + "/" + std::string(rest), from);
+            return openOneByOne(rest.empty() ? piece : piece + "/" + std::string(rest), from, purpose);
         }
         current.reset(opened);
     }
     return current;
 }
 
-Result<UniqueFd> HostDevice::openOneByOne(std::string_view relativePath, int start) const
+Result<UniqueFd> HostDevice::openOneByOne(std::string_view relativePath, int start, OpenFor purpose) const
 {
     UniqueFd current;
     while (!relativePath.empty()) {
         const std::string component(takeComponent(relativePath));
-        const int flags = relativePath.empty() ? kOpenDirectory : kOpenToPass;
+        const int flags = relativePath.empty() ? flagsFor(purpose) : kOpenToPass;
         const int opened = m_calls->openAt(current ? current.get() : start, component.c_str(), flags);
         if (opened < 0) {
             // O_DIRECTORY says ENOTDIR of a link; the one-call way says ELOOP. One answer for both.
@@ -186,7 +208,7 @@ Result<HostDevice::Resolved> HostDevice::follow(std::string_view path) const
     // Whether the text ended in "/", which asks for a directory, is not kept: nothing that calls this does.
     int links = 0;
     const auto reopen = [this](const std::string &directory) {
-        return openDirectory(directory, m_root.get());
+        return openDirectory(directory, m_root.get(), OpenFor::Passing);
     };
     auto current = reopen("");
     if (!current) {
@@ -267,7 +289,12 @@ Result<FileStatus> HostDevice::status(std::string_view path) const
         return ErrorNumber{found.error()};
     }
     struct stat raw = {};
-    if (m_calls->statAt(found->parent.get(), found->component.c_str(), &raw, AT_SYMLINK_NOFOLLOW) != 0) {
+    // A directory is asked by its own descriptor: "." in it may be closed to us.
+    const int failed =
+        found->component == "."
+            ? m_calls->statOpen(found->parent.get(), &raw)
+            : m_calls->statAt(found->parent.get(), found->component.c_str(), &raw, AT_SYMLINK_NOFOLLOW);
+    if (failed != 0) {
         return ErrorNumber{errno};
     }
     return statusFrom(raw);

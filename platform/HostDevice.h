@@ -32,9 +32,13 @@ public:
     [[nodiscard]] Result<FileSystem> fileSystem(std::string_view path) const override;
     [[nodiscard]] std::vector<Mount> mounts() const override;
 
+    /// Passing through a directory, or asking about it, needs no right to read it.
+    enum class OpenFor : std::uint8_t { Reading, Passing };
     /// Opens a directory by its device path without following any link, from `start` (a descriptor) with the
-    /// rest of the path, or from the root. For the reader and the device itself.
-    [[nodiscard]] Result<UniqueFd> openDirectory(std::string_view relativePath, int start) const;
+    /// rest of the path, or from the root. EINVAL where ".." is in it: no walk makes such a path, and it
+    /// could lead out. For the reader and the device itself.
+    [[nodiscard]] Result<UniqueFd> openDirectory(std::string_view relativePath, int start,
+                                                 OpenFor purpose) const;
     [[nodiscard]] int rootDescriptor() const { return m_root.get(); }
     [[nodiscard]] const SystemCalls &calls() const { return *m_calls; }
     /// What lies behind an open descriptor; `device` is its st_dev.
@@ -49,7 +53,8 @@ private:
 
     HostDevice(UniqueFd root, std::string canonicalRoot, const SystemCalls *calls);
     [[nodiscard]] Result<Resolved> follow(std::string_view path) const;
-    [[nodiscard]] Result<UniqueFd> openOneByOne(std::string_view relativePath, int start) const;
+    [[nodiscard]] Result<UniqueFd> openOneByOne(std::string_view relativePath, int start,
+                                                OpenFor purpose) const;
     void readMountTable();
 
     UniqueFd m_root;

@@ -51,7 +51,7 @@ Result<FileIdentity> HostDirectoryReader::open(const std::string &path)
         relative.remove_prefix(m_anchorPath.size() + 1);
         start = m_anchor.get();
     }
-    Result<UniqueFd> opened = m_device.openDirectory(relative, start);
+    Result<UniqueFd> opened = m_device.openDirectory(relative, start, HostDevice::OpenFor::Reading);
     if (!opened) {
         return ErrorNumber{opened.error()};
     }

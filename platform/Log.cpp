@@ -22,12 +22,17 @@ std::string onOneLine(std::string_view text)
 {
     std::string line;
     line.reserve(text.size());
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const auto next = i + 1 < text.size() ? static_cast<unsigned char>(text[i + 1]) : 0U;
         if (byte < 0x20 || byte == 0x7f) {
             fmt::format_to(std::back_inserter(line), "\\x{:02X}", byte);
+        } else if (byte == 0xc2 && next >= 0x80 && next < 0xa0) {
+            // The second set of control characters, as UTF-8 has them.
+            fmt::format_to(std::back_inserter(line), "\\x{:02X}\\x{:02X}", byte, next);
+            ++i;
         } else {
-            line.push_back(character);
+            line.push_back(text[i]);
         }
     }
     return line;

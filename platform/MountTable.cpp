@@ -1,8 +1,8 @@
 #include "platform/MountTable.h"
 
 #include <absl/container/flat_hash_map.h>
-#include <absl/container/flat_hash_set.h>
 
+#include <algorithm>
 #include <charconv>
 #include <optional>
 #include <utility>
@@ -75,66 +75,63 @@ std::optional<MountLine> parseLine(std::string_view text)
     return line;
 }
 
-// The mount points above a path, the nearest first; "/" last.
-template <typename Visit> void forEachPathAbove(std::string_view path, Visit visit)
-{
-    while (path.size() > 1) {
-        const std::size_t slash = path.rfind('/');
-        path = slash == 0 ? std::string_view("/") : path.substr(0, slash);
-        if (visit(path)) {
-            return;
+// Tells which mount a path leads to, by going there as the kernel does: from the first mount down, at each
+// place on to what is mounted on it, again and again.
+class MountLookup {
+public:
+    explicit MountLookup(const std::vector<MountLine> &lines) : m_count(lines.size())
+    {
+        for (const MountLine &line : lines) {
+            m_parents[line.id] = line.parent;
+            m_mountedAt[{line.parent, line.path}] = line.id;
         }
     }
-}
 
-// A mount can be reached where nothing is mounted on its own top, and where it hangs on the mount that is
-// on top of the nearest mount point above it: one that hangs on another was covered after it was made.
-std::vector<MountLine> reachable(std::vector<MountLine> all)
-{
-    absl::flat_hash_map<std::pair<std::uint64_t, std::string_view>, std::uint64_t> coveredBy;
-    for (const MountLine &line : all) {
-        coveredBy[{line.parent, line.path}] = line.id;
-    }
-    absl::flat_hash_map<std::string_view, std::uint64_t> onTop;
-    for (const MountLine &line : all) {
-        if (!coveredBy.contains({line.id, line.path})) {
-            onTop[line.path] = line.id;
+    [[nodiscard]] bool canBeReached(const MountLine &line) const
+    {
+        const std::optional<std::uint64_t> first = firstAbove(line.id);
+        if (!first) {
+            return false;
         }
+        std::uint64_t current = ontoWhatIsMounted(*first, "/");
+        const std::string_view path = line.path;
+        for (std::size_t end = 1; end < path.size() && path.size() > 1; ++end) {
+            end = std::min(path.find('/', end), path.size());
+            current = ontoWhatIsMounted(current, path.substr(0, end));
+        }
+        return current == line.id;
     }
-    std::vector<bool> keep(all.size());
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        const MountLine &line = all[i];
-        keep[i] = onTop.contains(line.path) && onTop[line.path] == line.id;
-        // What lies below several mounts on one place has the lowest of them as its parent's path, so go
-        // down to the bottom of the own pile first.
-        std::uint64_t hangsOn = line.parent;
-        for (bool again = true; again;) {
-            again = false;
-            for (const MountLine &other : all) {
-                if (other.id == hangsOn && other.path == line.path && other.parent != other.id) {
-                    hangsOn = other.parent;
-                    again = true;
-                    break;
-                }
+
+private:
+    // What the line's mount hangs on in the end: a mount that hangs on itself or on none in the list.
+    [[nodiscard]] std::optional<std::uint64_t> firstAbove(std::uint64_t mount) const
+    {
+        for (std::size_t steps = 0; steps <= m_count; ++steps) {
+            const auto found = m_parents.find(mount);
+            if (found == m_parents.end() || found->second == mount) {
+                return mount;
             }
+            mount = found->second;
         }
-        forEachPathAbove(line.path, [&](std::string_view above) {
-            const auto found = onTop.find(above);
-            if (found == onTop.end()) {
-                return false;
+        return std::nullopt; // they hang on each other
+    }
+
+    [[nodiscard]] std::uint64_t ontoWhatIsMounted(std::uint64_t mount, std::string_view place) const
+    {
+        for (std::size_t steps = 0; steps <= m_count; ++steps) {
+            const auto found = m_mountedAt.find({mount, place});
+            if (found == m_mountedAt.end() || found->second == mount) {
+                break;
             }
-            keep[i] = keep[i] && found->second == hangsOn;
-            return true;
-        });
-    }
-    std::vector<MountLine> result;
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        if (keep[i]) {
-            result.push_back(std::move(all[i]));
+            mount = found->second;
         }
+        return mount;
     }
-    return result;
-}
+
+    std::size_t m_count;
+    absl::flat_hash_map<std::uint64_t, std::uint64_t> m_parents;
+    absl::flat_hash_map<std::pair<std::uint64_t, std::string_view>, std::uint64_t> m_mountedAt;
+};
 
 } // namespace
 
@@ -146,7 +143,14 @@ std::vector<MountLine> parseMountTable(std::string_view text)
             lines.push_back(std::move(*parsed));
         }
     }
-    return reachable(std::move(lines));
+    const MountLookup lookup(lines);
+    std::vector<MountLine> reachable;
+    for (const MountLine &line : lines) {
+        if (lookup.canBeReached(line)) {
+            reachable.push_back(line);
+        }
+    }
+    return reachable;
 }
 
 FileSystemKind kindOfFileSystemNamed(std::string_view type)
@@ -194,11 +198,12 @@ FileSystemKind kindOfFileSystemMagic(std::uint64_t magic)
     static const absl::flat_hash_map<std::uint64_t, FileSystemKind> kinds = [] {
         absl::flat_hash_map<std::uint64_t, FileSystemKind> map;
         for (const std::uint64_t number :
-             {0x9fa0ULL,     0x62656572ULL, 0x27e0ebULL,   0x63677270ULL, 0x1373ULL,     0x1cd1ULL,
-              0x64626720ULL, 0x74726163ULL, 0x73636673ULL, 0x6165676cULL, 0xde5e81e4ULL, 0xcafe4a11ULL,
-              0x62656570ULL, 0x65735543ULL, 0x958458f6ULL, 0x19800202ULL, 0x42494e4dULL, 0x67596969ULL,
-              0x6e667364ULL, 0x6e736673ULL, 0xf97cff8cULL, 0x43415d53ULL, 0x5a3c69f0ULL, 0x6c6f6f70ULL,
-              0x7655821ULL,  0x534f434bULL, 0x50495045ULL, 0x9041934ULL,  0xabba1974ULL}) {
+             {0x9fa0ULL,     0x9fa1ULL,     0x9fa2ULL,     0x62656572ULL, 0x27e0ebULL,   0x63677270ULL,
+              0x1373ULL,     0x1cd1ULL,     0x64626720ULL, 0x74726163ULL, 0x73636673ULL, 0x6165676cULL,
+              0xde5e81e4ULL, 0xcafe4a11ULL, 0x62656570ULL, 0x65735543ULL, 0x958458f6ULL, 0x19800202ULL,
+              0x42494e4dULL, 0x67596969ULL, 0x6e667364ULL, 0x6e736673ULL, 0xf97cff8cULL, 0x43415d53ULL,
+              0x5a3c69f0ULL, 0x6c6f6f70ULL, 0x7655821ULL,  0x534f434bULL, 0x50495045ULL, 0x9041934ULL,
+              0xabba1974ULL}) {
             map[number] = FileSystemKind::NoStorage;
         }
         for (const std::uint64_t number : {0x1021994ULL, 0x858458f6ULL}) {

@@ -27,6 +27,8 @@ public:
     }
 
 private:
+    // Not a vector: that would write zeros to all of it. NOLINTNEXTLINE(modernize-avoid-c-arrays)
+    using Bytes = std::byte[];
     static constexpr std::size_t kFirstBlock = 1024;
     static constexpr std::size_t kLargestBlock = std::size_t{256} * 1024;
 
@@ -47,10 +49,10 @@ private:
         const std::size_t grown = m_size == 0 ? kFirstBlock : std::min(m_size * 2, kLargestBlock);
         m_size = std::max(grown, bytes);
         m_used = 0;
-        m_blocks.push_back(std::make_unique_for_overwrite<std::byte[]>(m_size));
+        m_blocks.push_back(std::make_unique_for_overwrite<Bytes>(m_size));
     }
 
-    std::vector<std::unique_ptr<std::byte[]>> m_blocks;
+    std::vector<std::unique_ptr<Bytes>> m_blocks;
     std::size_t m_size = 0; ///< of the last block
     std::size_t m_used = 0; ///< of the last block
 };

@@ -109,7 +109,8 @@ public:
 private:
     std::uint64_t insert(const ClassifiedPart &part)
     {
-        std::uint64_t files = 0;
+        std::uint64_t inserted = 0;
+        std::size_t file = 0;
         m_inserter.beginDirectory(part.directory, part.category);
         for (const EntryChunk::Entry &entry : part.chunk->entries()) {
             if (entry.type != EntryType::RegularFile) {
@@ -118,22 +119,25 @@ private:
             const std::string_view name = part.chunk->name(entry);
             if (part.decidedForAll) {
                 m_inserter.addHere(name, entry.sizeBytes);
-            } else {
-                insertAlone(part, part.categoryPaths[files], name, entry.sizeBytes);
+                ++inserted;
+            } else if (insertAlone(part, part.categoryPaths[file], name, entry.sizeBytes)) {
+                ++inserted;
             }
-            ++files;
+            ++file;
         }
-        return files;
+        return inserted;
     }
 
-    void insertAlone(const ClassifiedPart &part, const std::optional<std::string> &categoryPath,
+    bool insertAlone(const ClassifiedPart &part, const std::optional<std::string> &categoryPath,
                      std::string_view name, std::uint64_t sizeBytes)
     {
         try {
             m_inserter.addElsewhere(categoryPath, name, sizeBytes);
+            return true;
         } catch (const std::exception &exception) {
             m_log.line(
                 fmt::format("{} raised while adding file {}", exception.what(), pathInside(part.text, name)));
+            return false;
         }
     }
 
