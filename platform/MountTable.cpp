@@ -1,6 +1,7 @@
 #include "platform/MountTable.h"
 
 #include <absl/container/flat_hash_map.h>
+#include <absl/container/flat_hash_set.h>
 
 #include <algorithm>
 #include <charconv>
@@ -84,6 +85,9 @@ public:
         for (const MountLine &line : lines) {
             m_parents[line.id] = line.parent;
             m_mountedAt[{line.parent, line.path}] = line.id;
+            if (line.path != "/") {
+                m_carriesOthers.insert(line.parent);
+            }
         }
     }
 
@@ -93,7 +97,7 @@ public:
         if (!first) {
             return false;
         }
-        std::uint64_t current = ontoWhatIsMounted(*first, "/");
+        std::uint64_t current = rootOfTheProcess(*first);
         const std::string_view path = line.path;
         for (std::size_t end = 1; end < path.size() && path.size() > 1; ++end) {
             end = std::min(path.find('/', end), path.size());
@@ -116,6 +120,26 @@ private:
         return std::nullopt; // they hang on each other
     }
 
+    // Several mounts may be piled up on "/". The process lives on one of them, which it does not leave when
+    // another is put on top, and which is not the lowest where the system was started from memory. It is the
+    // uppermost that other mounts hang on.
+    [[nodiscard]] std::uint64_t rootOfTheProcess(std::uint64_t first) const
+    {
+        std::uint64_t mount = first;
+        std::optional<std::uint64_t> root;
+        for (std::size_t steps = 0; steps <= m_count; ++steps) {
+            if (m_parents.contains(mount) && m_carriesOthers.contains(mount)) {
+                root = mount;
+            }
+            const auto found = m_mountedAt.find({mount, "/"});
+            if (found == m_mountedAt.end() || found->second == mount) {
+                break;
+            }
+            mount = found->second;
+        }
+        return root.value_or(mount);
+    }
+
     [[nodiscard]] std::uint64_t ontoWhatIsMounted(std::uint64_t mount, std::string_view place) const
     {
         for (std::size_t steps = 0; steps <= m_count; ++steps) {
@@ -129,6 +153,7 @@ private:
     }
 
     std::size_t m_count;
+    absl::flat_hash_set<std::uint64_t> m_carriesOthers; ///< what something hangs on elsewhere than on "/"
     absl::flat_hash_map<std::uint64_t, std::uint64_t> m_parents;
     absl::flat_hash_map<std::pair<std::uint64_t, std::string_view>, std::uint64_t> m_mountedAt;
 };
@@ -138,8 +163,10 @@ private:
 std::vector<MountLine> parseMountTable(std::string_view text)
 {
     std::vector<MountLine> lines;
+    absl::flat_hash_set<std::uint64_t> seen; // a list that changes while it is read may repeat a line
     while (!text.empty()) {
-        if (std::optional<MountLine> parsed = parseLine(takeField(text, '\n'))) {
+        std::optional<MountLine> parsed = parseLine(takeField(text, '\n'));
+        if (parsed && seen.insert(parsed->id).second) {
             lines.push_back(std::move(*parsed));
         }
     }

@@ -135,6 +135,7 @@ bool DirectoryWalk::readStretches(DirectoryReader &reader, WalkedDirectory &dire
     std::unique_ptr<EntryChunk> chunk;
     while (reading.opened && reading.held.size() < kStretchesHeld) {
         if (stopped()) {
+            m_cutShort = true;
             return true;
         }
         if (!chunk) {
@@ -287,6 +288,7 @@ bool DirectoryWalk::next(std::vector<Part> &parts)
             return true;
         }
     }
+    m_report.stopped = m_cutShort;
     return false;
 }
 

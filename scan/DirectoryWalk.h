@@ -94,7 +94,8 @@ private:
     ChunkPool &m_pool;
     const std::atomic<bool> *m_stop;
     std::atomic<bool> m_ending = false;
-    std::atomic<bool> m_never = false; ///< what m_stop points to where nobody else stops the walk
+    std::atomic<bool> m_cutShort = false; ///< a directory was not read to its end, because of a stop
+    std::atomic<bool> m_never = false;    ///< what m_stop points to where nobody else stops the walk
 
     std::mutex m_mutex;
     std::condition_variable m_workCame; ///< for readers

@@ -1,0 +1,163 @@
+#include "tests/support/FailingDevice.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace slicewise {
+
+class FailingDevice::Reader final : public DirectoryReader {
+public:
+    explicit Reader(const FailingDevice &device) : m_device(device), m_wrapped(device.m_wrapped.makeReader())
+    {}
+
+    Result<FileIdentity> open(const std::string &path) override
+    {
+        m_path = path;
+        m_stretches = 0;
+        if (const int error = m_device.beforeOpen(path); error != 0) {
+            return ErrorNumber{error};
+        }
+        return m_wrapped->open(path);
+    }
+
+    FileSystem fileSystem() override { return m_wrapped->fileSystem(); }
+
+    Result<Progress> next(EntryChunk &chunk) override
+    {
+        const Result<Progress> answer = m_wrapped->next(chunk);
+        failSizes(chunk);
+        const auto failing = m_device.m_readings.find(m_path);
+        if (failing == m_device.m_readings.end() || !answer) {
+            return answer;
+        }
+        const Reading &reading = failing->second;
+        if (m_stretches++ < reading.where.afterStretches && *answer == Progress::More) {
+            return answer;
+        }
+        cut(chunk, reading.where.entriesOfTheNextOne);
+        return ErrorNumber{reading.error};
+    }
+
+private:
+    void failSizes(EntryChunk &chunk) const
+    {
+        if (m_device.m_sizes.empty()) {
+            return;
+        }
+        const std::string front = m_path == "/" ? m_path : m_path + "/";
+        for (std::size_t i = 0; i < chunk.size(); ++i) {
+            const auto failing = m_device.m_sizes.find(front + std::string(chunk.name(chunk.entries()[i])));
+            if (failing != m_device.m_sizes.end()) {
+                chunk.setSize(i, 0);
+                chunk.addFailure(i, failing->second);
+            }
+        }
+    }
+
+    static void cut(EntryChunk &chunk, std::size_t count)
+    {
+        EntryChunk front;
+        for (std::size_t i = 0; i < std::min(count, chunk.size()); ++i) {
+            const EntryChunk::Entry &entry = chunk.entries()[i];
+            front.append(chunk.name(entry), entry.type, entry.sizeBytes);
+        }
+        for (const EntryChunk::Failure &failure : chunk.failures()) {
+            if (failure.entry < front.size()) {
+                front.addFailure(failure.entry, failure.error);
+            }
+        }
+        chunk = std::move(front);
+    }
+
+    const FailingDevice &m_device;
+    std::unique_ptr<DirectoryReader> m_wrapped;
+    std::string m_path;
+    std::size_t m_stretches = 0;
+};
+
+void FailingDevice::failOpen(const std::string &path, int error)
+{
+    m_opens[path] = error;
+}
+
+void FailingDevice::failReading(const std::string &path, Break where, int error)
+{
+    m_readings[path] = {.where = where, .error = error};
+}
+
+void FailingDevice::failSize(const std::string &path, int error)
+{
+    m_sizes[path] = error;
+}
+
+void FailingDevice::failResolve(const std::string &path, int error)
+{
+    m_resolves[path] = error;
+}
+
+void FailingDevice::runBeforeOpen(const std::string &path, Hook hook)
+{
+    m_hooks[path].push_back(std::move(hook));
+}
+
+void FailingDevice::runBeforeEachOpen(Hook hook)
+{
+    m_hooksOfAll.push_back(std::move(hook));
+}
+
+std::vector<std::string> FailingDevice::opened() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_opened;
+}
+
+int FailingDevice::beforeOpen(const std::string &path) const
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_opened.push_back(path);
+    }
+    for (const Hook &hook : m_hooksOfAll) {
+        hook(path);
+    }
+    if (const auto hooks = m_hooks.find(path); hooks != m_hooks.end()) {
+        for (const Hook &hook : hooks->second) {
+            hook(path);
+        }
+    }
+    const auto failing = m_opens.find(path);
+    return failing == m_opens.end() ? 0 : failing->second;
+}
+
+std::unique_ptr<DirectoryReader> FailingDevice::makeReader() const
+{
+    return std::make_unique<Reader>(*this);
+}
+
+Result<FileStatus> FailingDevice::status(std::string_view path) const
+{
+    if (const auto failing = m_sizes.find(path); failing != m_sizes.end()) {
+        return ErrorNumber{failing->second};
+    }
+    return m_wrapped.status(path);
+}
+
+Result<std::string> FailingDevice::resolve(std::string_view path) const
+{
+    if (const auto failing = m_resolves.find(path); failing != m_resolves.end()) {
+        return ErrorNumber{failing->second};
+    }
+    return m_wrapped.resolve(path);
+}
+
+Result<FileSystem> FailingDevice::fileSystem(std::string_view path) const
+{
+    return m_wrapped.fileSystem(path);
+}
+
+std::vector<Mount> FailingDevice::mounts() const
+{
+    return m_wrapped.mounts();
+}
+
+} // namespace slicewise

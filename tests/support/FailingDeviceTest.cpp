@@ -1,0 +1,82 @@
+#include "tests/support/FailingDevice.h"
+
+#include "tests/support/Listing.h"
+#include "tests/support/MemoryDevice.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <string>
+#include <vector>
+
+namespace slicewise {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST(FailingDevice, givesWhatTheWrappedOneGivesUntilItIsToldOtherwise)
+{
+    const MemoryDevice memory{{"/a/file", 3}, {"/b/", 0}};
+    const FailingDevice device(memory);
+    EXPECT_THAT(listDirectory(device, "/").entries, ElementsAre(listedDirectory("a"), listedDirectory("b")));
+    EXPECT_THAT(listDirectory(device, "/a").entries, ElementsAre(listedFile("file", 3)));
+    EXPECT_EQ(device.status("/a/file")->sizeBytes, 3U);
+    EXPECT_EQ(*device.resolve("/a/./file"), "/a/file");
+    EXPECT_EQ(device.fileSystem("/a")->capacityBytes, MemoryDevice::kCapacityBytes);
+}
+
+TEST(FailingDevice, failsToOpenOneDirectoryAlone)
+{
+    const MemoryDevice memory{{"/a/file", 3}, {"/b/file", 4}};
+    FailingDevice device(memory);
+    device.failOpen("/a", EACCES);
+    EXPECT_EQ(listDirectory(device, "/a").error, EACCES);
+    EXPECT_THAT(listDirectory(device, "/b").entries, ElementsAre(listedFile("file", 4)));
+}
+
+TEST(FailingDevice, breaksAListingOffWhereItIsTold)
+{
+    MemoryDevice memory{{"/a", 1}, {"/b", 2}, {"/c", 3}, {"/d", 4}, {"/e", 5}};
+    memory.setStretch(2);
+    const auto listed = [&memory](FailingDevice::Break where) {
+        FailingDevice device(memory);
+        device.failReading("/", where, EIO);
+        const Listing listing = listDirectory(device, "/");
+        EXPECT_EQ(listing.error, EIO);
+        return listing.entries;
+    };
+    EXPECT_THAT(listed({.afterStretches = 0, .entriesOfTheNextOne = 0}), IsEmpty());
+    EXPECT_THAT(listed({.afterStretches = 0, .entriesOfTheNextOne = 1}), ElementsAre(listedFile("a", 1)));
+    EXPECT_THAT(listed({.afterStretches = 1, .entriesOfTheNextOne = 1}),
+                ElementsAre(listedFile("a", 1), listedFile("b", 2), listedFile("c", 3)));
+    EXPECT_EQ(listed({.afterStretches = 100, .entriesOfTheNextOne = 0}).size(), 5U);
+}
+
+TEST(FailingDevice, hidesTheSizeOfOneFile)
+{
+    const MemoryDevice memory{{"/a/file", 3}, {"/a/other", 4}};
+    FailingDevice device(memory);
+    device.failSize("/a/file", EIO);
+    EXPECT_THAT(listDirectory(device, "/a").entries,
+                ElementsAre(listedFile("file", 0, EIO), listedFile("other", 4)));
+    EXPECT_EQ(device.status("/a/file").error(), EIO);
+    EXPECT_EQ(device.status("/a/other")->sizeBytes, 4U);
+}
+
+TEST(FailingDevice, runsHooksBeforeItOpensAndTellsWhatWasOpened)
+{
+    const MemoryDevice memory{{"/a/file", 3}, {"/b/", 0}};
+    FailingDevice device(memory);
+    std::vector<std::string> seen;
+    device.runBeforeOpen("/a", [&](const std::string &path) { seen.push_back("one " + path); });
+    device.runBeforeEachOpen([&](const std::string &path) { seen.push_back("each " + path); });
+    static_cast<void>(listDirectory(device, "/b"));
+    static_cast<void>(listDirectory(device, "/a"));
+    EXPECT_THAT(seen, ElementsAre("each /b", "each /a", "one /a"));
+    EXPECT_THAT(device.opened(), ElementsAre("/b", "/a"));
+}
+
+} // namespace
+} // namespace slicewise

@@ -1,0 +1,90 @@
+#include "tests/support/MemoryDevice.h"
+
+#include "tests/support/Listing.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <optional>
+#include <stdexcept>
+
+namespace slicewise {
+namespace {
+
+using testing::ElementsAre;
+
+TEST(MemoryDevice, listsEntriesInTheOrderInWhichTheyWereAdded)
+{
+    MemoryDevice device{{"/z", 1}, {"/dir/below", 2}, {"/a", 3}, {"/empty/", 0}};
+    device.addLink("/link", "a");
+    EXPECT_THAT(listDirectory(device, "/").entries,
+                ElementsAre(listedFile("z", 1), listedDirectory("dir"), listedFile("a", 3),
+                            listedDirectory("empty")));
+    EXPECT_TRUE(listDirectory(device, "/empty").entries.empty());
+}
+
+TEST(MemoryDevice, givesAsManyEntriesAtATimeAsItIsTold)
+{
+    MemoryDevice device{{"/a", 1}, {"/b", 2}, {"/c", 3}};
+    device.setStretch(2);
+    EXPECT_EQ(listDirectory(device, "/").stretches, 2U);
+    device.setStretch(1);
+    EXPECT_EQ(listDirectory(device, "/").stretches, 3U);
+}
+
+TEST(MemoryDevice, refusesToOpenWhatIsNoDirectory)
+{
+    MemoryDevice device{{"/file", 1}, {"/d/", 0}};
+    device.addLink("/link", "d");
+    EXPECT_EQ(listDirectory(device, "/file").error, ENOTDIR);
+    EXPECT_EQ(listDirectory(device, "/missing").error, ENOENT);
+    EXPECT_EQ(listDirectory(device, "/link").error, ELOOP);
+    EXPECT_EQ(device.status("/link")->type, FileType::Directory);
+}
+
+TEST(MemoryDevice, refusesToBeBuiltWrongly)
+{
+    MemoryDevice device{{"/file", 1}};
+    EXPECT_THROW(device.addFile("/file", 2), std::invalid_argument);
+    EXPECT_THROW(device.addFile("/file/below", 2), std::invalid_argument);
+    EXPECT_THROW(device.addDirectory("/file"), std::invalid_argument);
+    EXPECT_THROW(device.addFile("/", 2), std::invalid_argument);
+    EXPECT_THROW(device.addLink("/link", ""), std::invalid_argument);
+}
+
+TEST(MemoryDevice, putsADirectoryAndWhatLiesBelowOnAnotherFileSystem)
+{
+    MemoryDevice device{{"/mnt/sub/file", 1}, {"/mnt2/file", 1}};
+    device.addMount("/mnt", "nfs", {.identity = 7, .kind = FileSystemKind::Network, .capacityBytes = 1000});
+    EXPECT_EQ(device.fileSystem("/mnt/sub/file")->identity, 7U);
+    EXPECT_EQ(device.fileSystem("/mnt2")->identity, 1U);
+    EXPECT_EQ(device.identity("/mnt/sub").device, 7U);
+    device.addFile("/mnt/sub/later", 2);
+    EXPECT_EQ(device.identity("/mnt/sub/later").device, 7U);
+    ASSERT_EQ(device.mounts().size(), 1U);
+    EXPECT_EQ(device.mounts()[0].path, "/mnt");
+    EXPECT_EQ(device.mounts()[0].identity, std::nullopt);
+}
+
+TEST(MemoryDevice, showsABindMountsSourceUnderBothPaths)
+{
+    MemoryDevice device{{"/a/file", 5}};
+    device.addBindMount("/mnt/b", "/a", "ext4");
+    device.addFile("/a/later", 6);
+    EXPECT_THAT(listDirectory(device, "/mnt/b").entries,
+                ElementsAre(listedFile("file", 5), listedFile("later", 6)));
+    EXPECT_EQ(device.identity("/a"), device.identity("/mnt/b"));
+    EXPECT_EQ(device.mounts().at(0).identity, std::optional(device.identity("/a")));
+}
+
+TEST(MemoryDevice, givesADirectoryTheIdentityThatItIsTold)
+{
+    MemoryDevice device{{"/a/", 0}, {"/b/", 0}};
+    EXPECT_NE(device.identity("/a"), device.identity("/b"));
+    device.setIdentity("/b", device.identity("/a"));
+    EXPECT_EQ(*device.makeReader()->open("/b"), *device.makeReader()->open("/a"));
+}
+
+} // namespace
+} // namespace slicewise
