@@ -4,11 +4,11 @@
 #include <gmock/gmock.h>
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <string>
 
 namespace slicewise {
@@ -17,7 +17,6 @@ namespace {
 using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::Not;
 using testing::StartsWith;
 
 class Program : public CliFixture {
@@ -86,13 +85,13 @@ TEST_F(Program, aReaderThatClosesEarlyIsNoError)
 {
     makeManyFiles(3000);
     const ProgramResult result =
-        inShell("{ \"$CLI\" --root \"$ROOT\" --json; echo \"status $?\" >&2; } | head -c 10 >/dev/null");
+        inShell(R"({ "$CLI" --root "$ROOT" --json; echo "status $?" >&2; } | head -c 10 >/dev/null)");
     EXPECT_EQ(result.standardError, "status 0\n");
 }
 
 TEST_F(Program, aFullDiskIsOneSentence)
 {
-    const ProgramResult result = inShell("\"$CLI\" --root \"$ROOT\" >/dev/full");
+    const ProgramResult result = inShell(R"("$CLI" --root "$ROOT" >/dev/full)");
     EXPECT_EQ(result.exitStatus, 1);
     EXPECT_EQ(result.standardError,
               "slicewise-cli: The output could not be written (No space left on device).\n");
@@ -101,11 +100,11 @@ TEST_F(Program, aFullDiskIsOneSentence)
 TEST_F(Program, closedDescriptorsAreNotMistakenForWhatItOpens)
 {
     folder().makeFile("home/a", 10);
-    const ProgramResult output = inShell("\"$CLI\" --root \"$ROOT\" >&-");
+    const ProgramResult output = inShell(R"("$CLI" --root "$ROOT" >&-)");
     EXPECT_EQ(output.exitStatus, 1);
     EXPECT_EQ(output.standardError,
               "slicewise-cli: Standard output is closed, so there is nowhere to write to.\n");
-    const ProgramResult others = inShell("\"$CLI\" --root \"$ROOT\" --quiet <&- 2>&-");
+    const ProgramResult others = inShell(R"("$CLI" --root "$ROOT" --quiet <&- 2>&-)");
     EXPECT_EQ(others.exitStatus, 0);
     EXPECT_THAT(others.standardOutput, HasSubstr("Others"));
 }
@@ -120,9 +119,10 @@ TEST_F(Program, aScanOfItsOwnMachineEntersNothingThatHoldsNoStorage)
 {
     // /proc/kcore alone claims 128 TB. A root with a proc of its own shows it without a scan of the machine.
     ProgramRun run = program({});
-    run.arguments = {"unshare", ::geteuid() == 0 ? "-m" : "-rm", "/bin/sh", "-c",
-                     "mkdir \"$ROOT/proc\" \"$ROOT/sys\" && mount --rbind /proc \"$ROOT/proc\" && "
-                     "mount --rbind /sys \"$ROOT/sys\" && exec \"$CLI\" --root \"$ROOT\" --errors"};
+    const std::string script = R"(mkdir "$ROOT/proc" "$ROOT/sys" &&
+        mount --rbind /proc "$ROOT/proc" && mount --rbind /sys "$ROOT/sys" &&
+        exec "$CLI" --root "$ROOT" --errors)";
+    run.arguments = {"unshare", ::geteuid() == 0 ? "-m" : "-rm", "/bin/sh", "-c", script};
     run.environment.emplace_back("CLI", SLICEWISE_CLI);
     run.environment.emplace_back("ROOT", folder().path());
     const ProgramResult result = runProgram(run);

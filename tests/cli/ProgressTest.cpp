@@ -17,7 +17,6 @@ namespace slicewise {
 namespace {
 
 using testing::EndsWith;
-using testing::HasSubstr;
 
 // Standard error is a terminal of the test's own while this lives.
 class TerminalAsStandardError {

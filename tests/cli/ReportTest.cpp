@@ -54,7 +54,7 @@ protected:
         for (auto &variable : environment) {
             run.environment.push_back(std::move(variable));
         }
-        run.arguments.push_back("--no-progress");
+        run.arguments.emplace_back("--no-progress");
         const ProgramResult result = runProgramOnTerminal(run, {.columns = columns, .lines = 24});
         EXPECT_EQ(result.exitStatus, 0);
         return result.standardOutput;
@@ -239,7 +239,7 @@ TEST_F(Report, saysHowManyDirectoriesCouldNotBeReadAndWhatWouldShowThem)
     EXPECT_THAT(runProgram(ordinary).standardOutput,
                 EndsWith("2 directories could not be read. Run it as root (with sudo) to count what they\n"
                          "hold. --errors lists them.\n"));
-    ordinary.arguments.push_back("--errors");
+    ordinary.arguments.emplace_back("--errors");
     const ProgramResult result = runProgram(ordinary);
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_THAT(result.standardOutput, HasSubstr("\nCould not be read:\n"));

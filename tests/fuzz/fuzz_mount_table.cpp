@@ -17,11 +17,15 @@ namespace {
 
 void readAnything(const std::string &text)
 {
-    std::set<std::string> paths;
+    std::set<std::uint64_t> ids;
+    std::set<std::pair<std::uint64_t, std::string>> places;
     for (const MountLine &line : parseMountTable(text)) {
         require(line.path.starts_with('/'), "a mount point is an absolute path");
         require(!line.type.empty(), "a mount has a type");
-        require(paths.insert(line.path).second, "one mount can be reached at one place");
+        require(ids.insert(line.id).second, "a mount is there once");
+        // Not by the path alone: a text of any bytes may tell of several trees of mounts, the kernel's never
+        // does.
+        require(places.insert({line.parent, line.path}).second, "one mount is on top at one place");
         static_cast<void>(kindOfFileSystemNamed(line.type));
     }
 }

@@ -10,7 +10,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <random>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
 namespace slicewise {
 
@@ -158,6 +164,33 @@ TEST(WalkOrder, isKeptWhenTheReadersAreAsFarAheadAsTheyMayBe)
             EXPECT_TRUE(scanned.text() == text) << readers << " readers, " << larger.files << " files";
         }
     }
+}
+
+TEST(WalkOrder, doesNotLetTheReadersRunAwayFromASlowWalk)
+{
+    const GeneratedDevice generated({.files = 60'000, .filesPerDirectory = 1, .directoriesPerDirectory = 8});
+    FailingDevice device(generated);
+    std::atomic<std::uint64_t> opened = 0;
+    device.runBeforeEachOpen([&opened](const std::string &) { ++opened; });
+    std::uint64_t openedAtFirstFile = 0;
+    const auto waitUntilTheReadersRest = [&] {
+        while (openedAtFirstFile != opened) {
+            openedAtFirstFile = opened;
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+    };
+    const ClassifierChain chain = {{.classify =
+                                        [&, first = true](const std::string &path) mutable {
+                                            if (std::exchange(first, false)) {
+                                                waitUntilTheReadersRest();
+                                            }
+                                            return path;
+                                        },
+                                    .classifyDirectory = {}}};
+    const Scanned scanned = scan(device, {.chain = &chain, .readers = 4});
+    EXPECT_EQ(scanned.report.files, generated.fileCount());
+    EXPECT_GT(openedAtFirstFile, 10U); // they do go ahead
+    EXPECT_LT(openedAtFirstFile, generated.directoryCount() / 4);
 }
 
 } // namespace slicewise

@@ -131,7 +131,7 @@ public:
         }
         ::sigset_t none;
         ::sigemptyset(&none);
-        ::sigprocmask(SIG_SETMASK, &none, nullptr);
+        ::pthread_sigmask(SIG_SETMASK, &none, nullptr);
         struct sigaction usual = {};
         usual.sa_handler = SIG_DFL;
         ::sigaction(SIGPIPE, &usual, nullptr);
