@@ -21,6 +21,13 @@ constexpr std::chrono::milliseconds kLongestWait(2);
 // Stretches of a large directory that are read before they are handed on.
 constexpr std::size_t kStretchesHeld = 4;
 
+// What a directory takes at most whose blocks are in memory; a reader that took longer had to wait for the
+// disk, and then more of them get more out of it. Where none has to wait, more of them than cores would only
+// push each other aside.
+constexpr std::chrono::microseconds kQuickDirectory(300);
+constexpr std::chrono::microseconds kQuickEntry(4);
+constexpr unsigned kQuickBeforeRest = 8;
+
 constexpr std::uint64_t kNoDevice = ~std::uint64_t{0};
 
 std::size_t entriesIn(const std::vector<std::unique_ptr<EntryChunk>> &chunks)
@@ -30,6 +37,16 @@ std::size_t entriesIn(const std::vector<std::unique_ptr<EntryChunk>> &chunks)
         count += chunk->size();
     }
     return count;
+}
+
+// Whether it is worth sending these on rather than gathering more.
+bool isEnough(const std::vector<DirectoryWalk::Part> &parts)
+{
+    std::size_t entries = 0;
+    for (const DirectoryWalk::Part &part : parts) {
+        entries += part.chunk->size();
+    }
+    return entries >= kEntriesWorthWaking || parts.size() >= kDirectoriesWorthWaking;
 }
 
 } // namespace
@@ -46,7 +63,8 @@ DirectoryWalk::DirectoryWalk(const Device &device, const std::string &rootPath, 
 {
     m_threads.reserve(options.readers);
     for (unsigned i = 0; i < options.readers; ++i) {
-        m_threads.emplace_back([this] { readAhead(); });
+        const Role role = i < std::max(2U, std::thread::hardware_concurrency()) ? Role::Steady : Role::Helper;
+        m_threads.emplace_back([this, role] { readAhead(role); });
     }
 }
 
@@ -57,6 +75,7 @@ DirectoryWalk::~DirectoryWalk()
         m_ending = true;
     }
     m_workCame.notify_all();
+    m_helpWanted.notify_all();
     for (std::thread &thread : m_threads) {
         thread.join();
     }
@@ -64,11 +83,20 @@ DirectoryWalk::~DirectoryWalk()
 
 // ---- the readers
 
-void DirectoryWalk::readAhead()
+void DirectoryWalk::readAhead(Role role)
 {
     const std::unique_ptr<DirectoryReader> reader = m_device.makeReader();
+    unsigned quickInARow = kQuickBeforeRest; // a helper begins at rest
     std::unique_lock lock(m_mutex);
     while (!stopped()) {
+        if (role == Role::Helper && quickInARow >= kQuickBeforeRest) {
+            ++m_helpersAtRest;
+            m_helpWanted.wait(lock, [this] { return m_callsForHelp > 0 || m_ending; });
+            --m_helpersAtRest;
+            m_callsForHelp -= m_callsForHelp > 0 ? 1 : 0;
+            quickInARow = 0;
+            continue;
+        }
         WalkedDirectory *directory = claimNext();
         if (directory == nullptr) {
             ++m_idleReaders;
@@ -82,8 +110,16 @@ void DirectoryWalk::readAhead()
             m_workCame.notify_one();
         }
         lock.unlock();
+        const auto start = std::chrono::steady_clock::now();
         readDirectory(*reader, *directory);
+        const bool slow = std::chrono::steady_clock::now() - start >
+                          kQuickDirectory + kQuickEntry * static_cast<int>(directory->reading->entries);
         lock.lock();
+        quickInARow = slow ? 0 : quickInARow + 1;
+        if (slow && m_callsForHelp < m_helpersAtRest) {
+            ++m_callsForHelp;
+            m_helpWanted.notify_one();
+        }
         complete(*directory);
         if (m_callerWaits && worthWaking()) {
             m_partCame.notify_one();
@@ -149,6 +185,7 @@ bool DirectoryWalk::readStretches(DirectoryReader &reader, WalkedDirectory &dire
         if (reading.text == "/") {
             leaveOutDotFile(chunk);
         }
+        reading.entries += chunk->size();
         bool hasFiles = false;
         for (const EntryChunk::Entry &entry : chunk->entries()) {
             if (entry.type == EntryType::Directory) {
@@ -203,11 +240,11 @@ void DirectoryWalk::publishStretches(WalkedDirectory &directory)
     if (m_callerWaits && worthWaking()) {
         m_partCame.notify_one();
     }
-    ++m_idleReaders;
+    ++m_blockedReaders;
     while (farEnoughAhead() && &directory != m_order.head() && !stopped()) {
         m_workCame.wait_for(lock, std::chrono::milliseconds(20));
     }
-    --m_idleReaders;
+    --m_blockedReaders;
 }
 
 // ---- with the lock held
@@ -223,7 +260,10 @@ void DirectoryWalk::makeReady(WalkedDirectory &directory)
 WalkedDirectory *DirectoryWalk::claimNext()
 {
     WalkedDirectory *directory = m_order.firstWaiting();
-    return directory != m_order.head() && farEnoughAhead() ? nullptr : directory;
+    if (farEnoughAhead()) {
+        m_resting = true;
+    }
+    return directory != m_order.head() && m_resting ? nullptr : directory;
 }
 
 void DirectoryWalk::claim(WalkedDirectory &directory)
@@ -278,18 +318,21 @@ bool DirectoryWalk::next(std::vector<Part> &parts)
         if (head->state == State::Waiting || head->reading->byCaller) {
             readHeadHere(lock);
         } else if (!worthWaking() && !(waitedLongEnough && headCanBeTaken())) {
+            if (!parts.empty()) {
+                return true; // better work on these than wait for more
+            }
             m_callerWaits = true;
             waitedLongEnough = m_partCame.wait_for(lock, kLongestWait) == std::cv_status::timeout;
             m_callerWaits = false;
             continue;
         }
         takeReady(parts);
-        if (!parts.empty()) {
+        if (isEnough(parts)) {
             return true;
         }
     }
     m_report.stopped = m_cutShort;
-    return false;
+    return !parts.empty();
 }
 
 // Reads some of the directory that the walk needs next on the calling thread.
@@ -320,7 +363,6 @@ void DirectoryWalk::readHeadHere(std::unique_lock<std::mutex> &lock)
 
 void DirectoryWalk::takeReady(std::vector<Part> &parts)
 {
-    const bool wasFar = farEnoughAhead();
     std::size_t entries = 0;
     bool headMoved = false;
     while (headCanBeTaken() && parts.size() < kMostPartsAtOnce && entries < kMostEntriesAtOnce) {
@@ -332,8 +374,15 @@ void DirectoryWalk::takeReady(std::vector<Part> &parts)
         }
         headMoved = true;
     }
-    // A reader that waits because it is far ahead may have become the one that the walk waits for.
-    if (m_idleReaders > 0 && (headMoved || (wasFar && !farEnoughAhead()))) {
+    // Readers that rest begin again together when half of what they had read is gone: one by one, each would
+    // cost a switch of threads for a directory or two.
+    const bool rested = m_resting && m_aheadEntries <= kMostEntriesAhead / 2 &&
+                        m_aheadDirectories <= kMostDirectoriesAhead / 2;
+    if (rested) {
+        m_resting = false;
+    }
+    // One that waits in the middle of a directory may have become the one that the walk waits for.
+    if (rested || (headMoved && m_blockedReaders > 0)) {
         m_workCame.notify_all();
     }
 }

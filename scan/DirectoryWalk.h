@@ -65,7 +65,10 @@ public:
 private:
     using State = WalkedDirectory::State;
 
-    void readAhead();
+    /// Steady readers are as many as there are cores; helpers join while the disk keeps those waiting.
+    enum class Role : std::uint8_t { Steady, Helper };
+
+    void readAhead(Role role);
     void readDirectory(DirectoryReader &reader, WalkedDirectory &directory);
     void openDirectory(DirectoryReader &reader, WalkedDirectory &directory);
     bool readStretches(DirectoryReader &reader, WalkedDirectory &directory);
@@ -102,7 +105,12 @@ private:
     std::condition_variable m_partCame; ///< for next()
     WalkOrder m_order;
     std::size_t m_readingCount = 0;
-    std::size_t m_idleReaders = 0;
+    std::size_t m_idleReaders = 0;        ///< without a directory
+    std::size_t m_blockedReaders = 0;     ///< in the middle of one
+    bool m_resting = false;               ///< the readers are far enough ahead
+    std::condition_variable m_helpWanted; ///< for helpers
+    unsigned m_helpersAtRest = 0;
+    unsigned m_callsForHelp = 0;
     bool m_callerWaits = false;
     std::size_t m_aheadEntries = 0; ///< read and not handed out
     std::size_t m_aheadDirectories = 0;

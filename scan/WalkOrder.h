@@ -32,6 +32,7 @@ struct DirectoryReading {
     FileIdentity identity;
     std::optional<FileSystem> fileSystem; ///< where it is not that of the directory above
     std::optional<NotEntered> refused;
+    std::size_t entries = 0;                       ///< read so far
     EntryChunk subdirectories;                     ///< names only
     std::vector<std::unique_ptr<EntryChunk>> held; ///< read, and still the reader's
 

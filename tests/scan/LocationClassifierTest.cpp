@@ -220,7 +220,7 @@ TEST(Location, agreesWithTheRulesAsTheyAreToldOnRandomPaths)
 {
     RandomPaths paths(1);
     unsigned matches = 0;
-    for (unsigned i = 0; i < 20'000 * testSize(); ++i) {
+    for (std::uint64_t i = 0; i < 20'000 * testSize(); ++i) {
         const std::string path = inside(paths.directory(), paths.name());
         const std::optional<std::string> category = classifyLocation(path);
         matches += category ? 1U : 0U;
@@ -232,7 +232,7 @@ TEST(Location, agreesWithTheRulesAsTheyAreToldOnRandomPaths)
 TEST(Location, answersForADirectoryWhatItAnswersForEachOfItsFiles)
 {
     RandomPaths paths(2);
-    for (unsigned i = 0; i < 20'000 * testSize(); ++i) {
+    for (std::uint64_t i = 0; i < 20'000 * testSize(); ++i) {
         const std::string directory = paths.directory();
         const std::string name = paths.name();
         const std::string path = inside(directory, name);

@@ -46,10 +46,11 @@ TEST(Paths, areWhatWasAddedHoweverManyThereAre)
     PathTable &paths = tree.newPathTable();
     std::mt19937_64 random(3);
     std::vector<std::pair<const PathNode *, std::string>> added = {{paths.add(nullptr, "/top"), "/top"}};
-    for (unsigned i = 0; i < 5000 * testSize(); ++i) {
+    for (std::uint64_t i = 0; i < 5000 * testSize(); ++i) {
         const auto &[parent, text] = added.at(random() % added.size());
         const std::string name(random() % 40 + 1, static_cast<char>('a' + random() % 26));
-        added.emplace_back(paths.add(parent, name), text + "/" + name);
+        std::string longer = text;
+        added.emplace_back(paths.add(parent, name), longer.append("/").append(name));
     }
     for (const auto &[node, text] : added) {
         ASSERT_EQ(node->text(), text);

@@ -95,7 +95,7 @@ std::string mountAndScan(const TemporaryDirectory &directory, const std::functio
 
 TEST(RealMounts, inMemoryAndWithoutStorageAreNotEntered)
 {
-    const TemporaryDirectory directory;
+    const TemporaryDirectory directory(TemporaryDirectory::Lies::OnDisk);
     directory.makeFile("f", 1);
     directory.makeDirectory("memory");
     directory.makeDirectory("dir/proc");
@@ -160,7 +160,7 @@ TEST(RealMounts, ofADirectoryInsideItselfEnd)
 
 TEST(RealMounts, ofOtherFileSystemsAreLeftOutOnRequest)
 {
-    const TemporaryDirectory directory;
+    const TemporaryDirectory directory(TemporaryDirectory::Lies::OnDisk);
     directory.makeFile("f", 1);
     directory.makeFile("data/f", 10);
     directory.makeDirectory("memory");
@@ -181,7 +181,7 @@ TEST(RealMounts, ofOtherFileSystemsAreLeftOutOnRequest)
 
 TEST(RealMounts, overADirectoryHideWhatIsBelowThem)
 {
-    const TemporaryDirectory directory;
+    const TemporaryDirectory directory(TemporaryDirectory::Lies::OnDisk);
     directory.makeFile("hidden/f", 1000);
     directory.makeFile("f", 1);
     const std::string text = mountAndScan(directory, [&] { mountMemory(directory.pathOf("hidden")); });

@@ -5,6 +5,7 @@
 #include "platform/Log.h"
 #include "scan/ScanEngine.h"
 
+#include <array>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,7 +13,7 @@
 namespace slicewise {
 
 /// Every number of readers that the tests are run with.
-inline constexpr unsigned kReaderCounts[] = {0, 1, 2, 4, 8};
+inline constexpr std::array kReaderCounts = {0U, 1U, 2U, 4U, 8U};
 
 struct Scanned {
     std::unique_ptr<SZANode> root;

@@ -33,8 +33,11 @@ void check(int result, const char *what, std::string_view name)
     }
 }
 
-std::string placeForTests()
+std::string placeForTests(TemporaryDirectory::Lies where)
 {
+    if (where == TemporaryDirectory::Lies::OnDisk) {
+        return "/var/tmp";
+    }
     // Nothing changes the environment of a test while it runs.
     const char *chosen = std::getenv("SLICEWISE_TEST_DIR"); // NOLINT(concurrency-mt-unsafe)
     const std::filesystem::path place =
@@ -88,8 +91,8 @@ std::vector<std::string> removeFiles(int directory)
 
 } // namespace
 
-TemporaryDirectory::TemporaryDirectory()
-    : m_path(placeForTests() + "/slicewise-test-XXXXXX"), m_owner(::getpid())
+TemporaryDirectory::TemporaryDirectory(Lies where)
+    : m_path(placeForTests(where) + "/slicewise-test-XXXXXX"), m_owner(::getpid())
 {
     if (::mkdtemp(m_path.data()) == nullptr) {
         fail("mkdtemp " + m_path);

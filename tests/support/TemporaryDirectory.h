@@ -20,8 +20,11 @@ namespace slicewise {
 
 class TemporaryDirectory {
 public:
+    /// OnDisk: in /var/tmp, which is what is kept over a restart, for tests to which main memory is no disk.
+    enum class Lies : bool { Anywhere, OnDisk };
+
     /// Everybody may look into it, so that a test can do so as another user.
-    TemporaryDirectory();
+    explicit TemporaryDirectory(Lies where = Lies::Anywhere);
     TemporaryDirectory(const TemporaryDirectory &) = delete;
     TemporaryDirectory &operator=(const TemporaryDirectory &) = delete;
     ~TemporaryDirectory();
