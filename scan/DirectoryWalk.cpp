@@ -10,8 +10,8 @@ namespace {
 
 // How far the readers may be ahead of the walk. Enough to keep them busy while the walk works off a batch;
 // beyond that it only costs memory.
-constexpr std::size_t kMostEntriesAhead = std::size_t{16} * 1024;
-constexpr std::size_t kMostDirectoriesAhead = 512;
+constexpr std::size_t kMostEntriesAhead = std::size_t{32} * 1024;
+constexpr std::size_t kMostDirectoriesAhead = 2048;
 // What is handed out at once. Waking a sleeping thread costs as much as classifying some hundred files.
 constexpr std::size_t kEntriesWorthWaking = 1024;
 constexpr std::size_t kDirectoriesWorthWaking = 64;
@@ -24,9 +24,9 @@ constexpr std::size_t kStretchesHeld = 4;
 // What a directory takes at most whose blocks are in memory; a reader that took longer had to wait for the
 // disk, and then more of them get more out of it. Where none has to wait, more of them than cores would only
 // push each other aside.
-constexpr std::chrono::microseconds kQuickDirectory(300);
+constexpr std::chrono::microseconds kQuickDirectory(150);
 constexpr std::chrono::microseconds kQuickEntry(4);
-constexpr unsigned kQuickBeforeRest = 8;
+constexpr unsigned kQuickBeforeRest = 24;
 
 constexpr std::uint64_t kNoDevice = ~std::uint64_t{0};
 
