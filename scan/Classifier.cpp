@@ -65,9 +65,14 @@ DirectoryPlan planDirectory(const ClassifierChain &chain, const std::string &dir
 {
     DirectoryPlan plan;
     for (std::size_t index = 0; index < chain.size(); ++index) {
+        const Classifier &classifier = chain[index];
         DirectoryAnswer answer;
-        if (chain[index].classifyDirectory) {
-            answer = chain[index].classifyDirectory(directory);
+        try {
+            answer =
+                classifier.classifyDirectory ? classifier.classifyDirectory(directory) : DirectoryAnswer();
+        } catch (const std::exception &) {
+            // What it raises is told file by file, as for one that knows no directories.
+            answer = DirectoryAnswer();
         }
         switch (answer.kind) {
         case DirectoryAnswer::Kind::Declines:

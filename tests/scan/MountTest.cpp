@@ -17,10 +17,8 @@ namespace slicewise {
 
 namespace {
 
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Not;
 using ::testing::UnorderedElementsAre;
 
 constexpr std::uint64_t kRootCapacity = MemoryDevice::kCapacityBytes;

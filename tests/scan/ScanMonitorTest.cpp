@@ -21,7 +21,6 @@ namespace slicewise {
 
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 /// Spreads files over categories by their directory, asked file by file, in walk order.

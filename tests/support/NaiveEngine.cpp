@@ -22,7 +22,7 @@ std::uint64_t naiveAdd(NaiveNode &node, const std::string &categoryPath, const s
     const std::string head = categoryPath.substr(0, slash);
     const std::string rest = slash == std::string::npos ? "" : categoryPath.substr(slash + 1);
 
-    if (node.children.count(head) == 0) {
+    if (!node.children.contains(head)) {
         auto made = std::make_shared<NaiveNode>();
         made->index = node.children.size();
         node.children[head] = made;
@@ -232,7 +232,7 @@ std::optional<std::string> differenceBetween(const NaiveNode &naive, SZANode &fa
         for (const auto &[name, child] : pair.naive->children) {
             SZANode *other = pair.fast->childNamed(name);
             if (other == nullptr || other->name() != name) {
-                return fmt::format("\"{}\" does not find its child \"{}\"", shownText(pair.place),
+                return fmt::format(R"("{}" does not find its child "{}")", shownText(pair.place),
                                    shownText(name));
             }
             open.push_back({child.get(), other, pair.place + "/" + name});

@@ -160,7 +160,7 @@ private:
         case 2:
             return oneOf(kHostile);
         case 3:
-            return std::string(255, static_cast<char>('a' + below(26)));
+            return {std::string(255, static_cast<char>('a' + below(26)))};
         case 4: {
             std::string bytes;
             for (std::uint64_t i = below(20) + 1; i > 0; --i) {

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -48,9 +49,10 @@ std::string treeText(const SZANode &root)
     std::string text = fmt::format("{} bytes\n", root.size());
     std::vector<Place> open;
     const auto pushChildren = [&open](const SZANode &node, std::size_t depth) {
-        const std::vector<SZANode *> children = node.getNodes();
-        for (auto child = children.rbegin(); child != children.rend(); ++child) {
-            open.push_back({*child, depth});
+        std::vector<SZANode *> children = node.getNodes();
+        std::reverse(children.begin(), children.end());
+        for (SZANode *child : children) {
+            open.push_back({child, depth});
         }
     };
     pushChildren(root, 0);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <random>
 #include <string>
 #include <string_view>
@@ -14,13 +15,13 @@ constexpr std::string_view kReplaced = "\uFFFD";
 std::string randomBytes(std::mt19937 &random)
 {
     // Pieces that are awkward next to one another, and plain bytes between them.
-    static const std::string_view pieces[] = {
+    static constexpr std::array<std::string_view, 18> kPieces = {
         "\\x",     "\\",   "41",       "\\x41",  "\xff", "\xe2\x82", "\u20ac", "\n",         "\x1b",
         "e\u0301", "日本", "\xc0\xaf", "\u202e", "/",    "\x7f",     "abc",    "\U0001F600", "\xed\xa0\x80"};
     std::string bytes;
     for (unsigned i = random() % 8; i > 0; --i) {
         bytes.append(random() % 4 == 0 ? std::string(1, static_cast<char>(random() % 255 + 1))
-                                       : std::string(pieces[random() % std::size(pieces)]));
+                                       : std::string(kPieces.at(random() % kPieces.size())));
     }
     return bytes;
 }

@@ -2,17 +2,25 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 namespace slicewise {
 namespace {
 
 TEST(Palette, hasNineColoursInTheirOrder)
 {
-    const PaletteColor expected[] = {{1, 85, 255},   {96, 208, 48},  {231, 40, 40},
-                                     {253, 188, 19}, {217, 71, 158}, {38, 224, 187},
-                                     {162, 216, 52}, {242, 114, 30}, {210, 46, 208}};
-    ASSERT_EQ(kPalette.size(), std::size(expected));
+    const std::array<PaletteColor, 9> expected = {{{1, 85, 255},
+                                                   {96, 208, 48},
+                                                   {231, 40, 40},
+                                                   {253, 188, 19},
+                                                   {217, 71, 158},
+                                                   {38, 224, 187},
+                                                   {162, 216, 52},
+                                                   {242, 114, 30},
+                                                   {210, 46, 208}}};
+    ASSERT_EQ(kPalette.size(), expected.size());
     for (std::size_t i = 0; i < kPalette.size(); ++i) {
-        EXPECT_EQ(kPalette[i], expected[i]) << i;
+        EXPECT_EQ(kPalette[i], expected.at(i)) << i;
     }
     EXPECT_EQ(kNeutralGrey, (PaletteColor{240, 240, 240}));
 }
