@@ -102,6 +102,8 @@ std::string_view reason(NotEntered::Why why)
         return "lies in main memory";
     case NotEntered::Why::Network:
         return "lies elsewhere, not on this device";
+    case NotEntered::Why::View:
+        return "shows files that are counted where they lie";
     case NotEntered::Why::SeenBefore:
         return "is counted under another path already";
     }

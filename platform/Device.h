@@ -35,6 +35,7 @@ enum class FileSystemKind : std::uint8_t {
     Memory,    ///< files that live in main memory (tmpfs, ramfs)
     NoStorage, ///< made up by the kernel or a daemon: proc, sysfs, cgroup and their like
     Network,   ///< somebody else's storage (nfs, cifs, sshfs, ...) or what mounts on touch (autofs)
+    View,      ///< other directories' files once more, several joined to one (overlay)
 };
 
 struct FileSystem {
@@ -48,7 +49,7 @@ struct Mount {
     std::string path; ///< the mount point as a device path
     std::string type; ///< the kernel's name of the type: "ext4", "proc", "fuse.sshfs"
     FileSystemKind kind = FileSystemKind::Storage;
-    std::optional<FileIdentity> identity; ///< of its top directory; absent where asking could hang or failed
+    std::optional<FileIdentity> identity; ///< of its top directory; absent where asking failed, or could hang
 };
 
 enum class FileType : std::uint8_t { RegularFile, Directory, Other };

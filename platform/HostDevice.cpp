@@ -352,10 +352,9 @@ std::vector<Mount> HostDevice::mounts() const
     for (const HostMount &mount : m_mounts) {
         Mount entry{
             .path = mount.devicePath, .type = mount.type, .kind = mount.kind, .identity = std::nullopt};
-        // A stat of a network mount whose server is gone would hang for ever, so only local ones are asked.
-        const bool local = mount.kind == FileSystemKind::Storage ||
-                           (mount.kind == FileSystemKind::Memory && rootKind == FileSystemKind::Memory);
-        if (local) {
+        // A stat of a network mount whose server is gone would hang for ever, so only those are asked that a
+        // walk enters.
+        if (mount.kind == FileSystemKind::Storage || mount.kind == rootKind) {
             struct stat raw = {};
             const std::string relative = mount.devicePath.substr(1);
             if (m_calls->statAt(m_root.get(), relative.c_str(), &raw, AT_SYMLINK_NOFOLLOW) == 0) {

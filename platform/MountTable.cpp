@@ -208,8 +208,12 @@ FileSystemKind kindOfFileSystemNamed(std::string_view type)
         for (const std::string_view name :
              {"fuseblk", "fuse.ntfs-3g", "fuse.ntfs", "fuse.exfat", "fuse.exfat-fuse", "fuse.ext2",
               "fuse.ext4", "fuse.fuse2fs", "fuse.fuseext2", "fuse.apfs", "fuse.apfs-fuse", "fuse.hfsfuse",
-              "fuse.zfs", "fuse.fuse-overlayfs"}) {
+              "fuse.zfs"}) {
             map[name] = FileSystemKind::Storage;
+        }
+        for (const std::string_view name : {"overlay", "aufs", "unionfs", "fuse.fuse-overlayfs",
+                                            "fuse.unionfs", "fuse.mergerfs", "fuse.bindfs"}) {
+            map[name] = FileSystemKind::View;
         }
         return map;
     }();
@@ -241,6 +245,9 @@ FileSystemKind kindOfFileSystemMagic(std::uint64_t magic)
               0x73757245ULL, 0x1021997ULL, 0x65735546ULL, 0xc36400ULL, 0x187ULL, 0xbd00bd0ULL, 0x47504653ULL,
               0x786f4256ULL, 0xbacbacbcULL, 0x20030528ULL}) {
             map[number] = FileSystemKind::Network;
+        }
+        for (const std::uint64_t number : {0x794c7630ULL, 0x61756673ULL}) {
+            map[number] = FileSystemKind::View;
         }
         return map;
     }();

@@ -142,6 +142,9 @@ void DirectoryWalk::openDirectory(DirectoryReader &reader, WalkedDirectory &dire
     reading.text = directory.path->text();
     reading.refused = m_policy.refusalBeforeOpening(reading.text);
     if (reading.refused) {
+        for (const std::string &mount : m_policy.enteredBelow(*reading.refused)) {
+            reading.subdirectories.append(mount, EntryType::Directory, 0);
+        }
         return;
     }
     const Result<FileIdentity> identity = reader.open(reading.text);

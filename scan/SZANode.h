@@ -53,7 +53,7 @@ public:
     void removeNodeAffectedNodes(const SZANode &child, std::span<SZANode *const> affectedNodes);
 
     /// The children in display order: by size, the largest first, if sort(), else by insertion; among equals
-    /// the one that was inserted first.
+    /// the one that was inserted first, and by name where a removal has made two of one index.
     [[nodiscard]] std::vector<SZANode *> getNodes() const;
 
     /// Ascending where this node comes first: the larger one.

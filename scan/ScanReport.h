@@ -27,6 +27,7 @@ struct NotEntered {
         NoStorage,       ///< see FileSystemKind
         Memory,
         Network,
+        View,       ///< shows files that lie, and are counted, elsewhere
         SeenBefore, ///< the same directory had been walked under another path
     };
     std::string path;

@@ -14,12 +14,9 @@ namespace {
 TEST(FileSystemKind, isStorageForWhatDisksAreFormattedWith)
 {
     for (const std::string_view type :
-         {"ext2",    "ext3",     "ext4",    "xfs",          "btrfs",
-          "zfs",     "f2fs",     "vfat",    "exfat",        "ntfs",
-          "ntfs3",   "fuseblk",  "hfsplus", "apfs",         "iso9660",
-          "udf",     "squashfs", "erofs",   "overlay",      "bcachefs",
-          "jfs",     "reiserfs", "ubifs",   "fuse.ntfs-3g", "fuse.fuse-overlayfs",
-          "ecryptfs"}) {
+         {"ext2",     "ext3",  "ext4",     "xfs",     "btrfs",    "zfs",   "f2fs",     "vfat",
+          "exfat",    "ntfs",  "ntfs3",    "fuseblk", "hfsplus",  "apfs",  "iso9660",  "udf",
+          "squashfs", "erofs", "bcachefs", "jfs",     "reiserfs", "ubifs", "ecryptfs", "fuse.ntfs-3g"}) {
         EXPECT_EQ(kindOfFileSystemNamed(type), FileSystemKind::Storage) << type;
     }
 }
@@ -51,6 +48,15 @@ TEST(FileSystemKind, isNetworkForSomebodyElsesStorage)
     }
 }
 
+TEST(FileSystemKind, isViewForWhatShowsOtherDirectoriesFilesOnceMore)
+{
+    for (const std::string_view type :
+         {"overlay", "aufs", "unionfs", "fuse.fuse-overlayfs", "fuse.mergerfs", "fuse.bindfs"}) {
+        EXPECT_EQ(kindOfFileSystemNamed(type), FileSystemKind::View) << type;
+    }
+    EXPECT_EQ(kindOfFileSystemMagic(OVERLAYFS_SUPER_MAGIC), FileSystemKind::View);
+}
+
 TEST(FileSystemKind, isStorageForANameThatNobodyKnows)
 {
     EXPECT_EQ(kindOfFileSystemNamed("brandnewfs"), FileSystemKind::Storage);
@@ -60,10 +66,10 @@ TEST(FileSystemKind, isStorageForANameThatNobodyKnows)
 
 TEST(FileSystemKind, knowsTheMagicNumbersOfTheKernelsHeader)
 {
-    for (const std::uint64_t magic : {std::uint64_t{EXT4_SUPER_MAGIC}, std::uint64_t{BTRFS_SUPER_MAGIC},
-                                      std::uint64_t{XFS_SUPER_MAGIC}, std::uint64_t{F2FS_SUPER_MAGIC},
-                                      std::uint64_t{OVERLAYFS_SUPER_MAGIC}, std::uint64_t{MSDOS_SUPER_MAGIC},
-                                      std::uint64_t{ISOFS_SUPER_MAGIC}, std::uint64_t{SQUASHFS_MAGIC}}) {
+    for (const std::uint64_t magic :
+         {std::uint64_t{EXT4_SUPER_MAGIC}, std::uint64_t{BTRFS_SUPER_MAGIC}, std::uint64_t{XFS_SUPER_MAGIC},
+          std::uint64_t{F2FS_SUPER_MAGIC}, std::uint64_t{MSDOS_SUPER_MAGIC}, std::uint64_t{ISOFS_SUPER_MAGIC},
+          std::uint64_t{SQUASHFS_MAGIC}}) {
         EXPECT_EQ(kindOfFileSystemMagic(magic), FileSystemKind::Storage) << std::hex << magic;
     }
     for (const std::uint64_t magic : {std::uint64_t{TMPFS_MAGIC}, std::uint64_t{RAMFS_MAGIC}}) {

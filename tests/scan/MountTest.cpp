@@ -91,6 +91,49 @@ TEST(Mounts, thatAreNotEnteredAreNotEvenOpened)
     EXPECT_THAT(device.opened(), UnorderedElementsAre("/", "/disk"));
 }
 
+TEST(Mounts, belowADirectoryThatIsNotEnteredAreEnteredAllTheSame)
+{
+    MemoryDevice device = {{"/f", 1},
+                           {"/run/lost", 1000},
+                           {"/run/media/ann/disk/f", 10},
+                           {"/run/media/ann/disk/in/f", 100},
+                           {"/run/media/ann/disk2/f", 10'000},
+                           {"/run/boxes/merged/f", 100'000},
+                           {"/run/net/disk/f", 1'000'000}};
+    device.addMount("/run", "tmpfs", other(2, FileSystemKind::Memory));
+    device.addMount("/run/media/ann/disk", "ext4", storage(3, 5000));
+    device.addMount("/run/media/ann/disk/in", "xfs", storage(4, 500));
+    device.addMount("/run/media/ann/disk2", "ext4", storage(5, 50));
+    device.addMount("/run/boxes/merged", "overlay", other(6, FileSystemKind::View));
+    device.addMount("/run/net", "nfs", other(7, FileSystemKind::Network));
+    device.addMount("/run/net/disk", "ext4", storage(8));
+    for (const unsigned readers : kReaderCounts) {
+        const Scanned scanned = scan(device, {.readers = readers});
+        EXPECT_EQ(scanned.root->size(), 10'111U);
+        EXPECT_THAT(filesInTree(*scanned.root),
+                    UnorderedElementsAre("/f", "/run/media/ann/disk/f", "/run/media/ann/disk/in/f",
+                                         "/run/media/ann/disk2/f"));
+        EXPECT_THAT(notEntered(scanned.report), ElementsAre("memory /run (tmpfs)"));
+        EXPECT_EQ(scanned.report.diskSizeBytes(), kRootCapacity + 5550);
+        const Scanned rootAlone = scan(device, {.scope = FileSystemScope::RootOnly, .readers = readers});
+        EXPECT_EQ(rootAlone.root->size(), 1U);
+    }
+}
+
+TEST(Mounts, thatShowFilesOnceMoreAreNotEnteredUnlessTheRootIsOne)
+{
+    MemoryDevice device = {{"/f", 1}, {"/merged/f", 10}};
+    device.addMount("/merged", "overlay", other(2, FileSystemKind::View));
+    const Scanned below = scan(device);
+    EXPECT_EQ(below.root->size(), 1U);
+    EXPECT_THAT(notEntered(below.report), ElementsAre("view /merged (overlay)"));
+
+    MemoryDevice box = {{"/f", 1}, {"/merged/f", 10}};
+    box.setFileSystem("/", other(3, FileSystemKind::View));
+    box.addMount("/merged", "overlay", other(2, FileSystemKind::View));
+    EXPECT_EQ(scan(box).root->size(), 11U);
+}
+
 TEST(Mounts, thatTheSystemDoesNotListAreToldByWhatTheirDirectoriesSay)
 {
     MemoryDevice device = {{"/proc/x", 1}, {"/net/x", 2}, {"/tmp/x", 4}, {"/disk/x", 8}};

@@ -45,6 +45,9 @@ public:
             if (const auto mount = m_mounts.find(path); mount != m_mounts.end()) {
                 if (const char *why = refused(mount->second.kind)) {
                     m_walk.notEntered.push_back(why + path + " (" + mount->second.type + ")");
+                    if (mount->second.kind != FileSystemKind::Network) {
+                        pushMountsBelow(path);
+                    }
                     continue;
                 }
             }
@@ -62,7 +65,32 @@ private:
         if (kind == FileSystemKind::Storage || kind == m_rootKind) {
             return nullptr;
         }
-        return kind == FileSystemKind::Memory ? "memory " : "network ";
+        return kind == FileSystemKind::Memory ? "memory "
+               : kind == FileSystemKind::View ? "view "
+                                              : "network ";
+    }
+
+    // Those to enter that nothing entered or on a network lies between.
+    void pushMountsBelow(const std::string &path)
+    {
+        if (m_scope == FileSystemScope::RootOnly) {
+            return;
+        }
+        for (const auto &[place, mount] : m_mounts) {
+            if (!place.starts_with(path + "/") || refused(mount.kind) != nullptr || !mount.identity) {
+                continue;
+            }
+            bool reachable = true;
+            for (const auto &[between, other] : m_mounts) {
+                if (between.starts_with(path + "/") && place.starts_with(between + "/")) {
+                    const bool entered = refused(other.kind) == nullptr && other.identity;
+                    reachable = reachable && !entered && other.kind != FileSystemKind::Network;
+                }
+            }
+            if (reachable) {
+                m_stack.push_back(place);
+            }
+        }
     }
 
     void enter(const std::string &path)
@@ -123,10 +151,11 @@ void fill(MemoryDevice &device, std::mt19937_64 &random)
         directories.push_back(path);
     }
     const auto fileSystem = [&]() {
-        const std::uint64_t identity = 2 + below(6);
+        const std::uint64_t identity = 2 + below(7);
         constexpr std::array kKinds = {FileSystemKind::Storage, FileSystemKind::Storage,
                                        FileSystemKind::Storage, FileSystemKind::NoStorage,
-                                       FileSystemKind::Memory,  FileSystemKind::Network};
+                                       FileSystemKind::Memory,  FileSystemKind::Network,
+                                       FileSystemKind::View};
         return FileSystem{
             .identity = identity, .kind = kKinds.at(identity - 2), .capacityBytes = identity * 1000};
     };

@@ -1,8 +1,8 @@
 // File systems that are really mounted, seen by a child of the test alone.
 #include "platform/HostDevice.h"
 #include "scan/ScanEngine.h"
-#include "tests/scan/InChild.h"
 #include "tests/scan/Scanned.h"
+#include "tests/support/InChild.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <fmt/format.h>
@@ -22,8 +22,6 @@ namespace slicewise {
 namespace {
 
 using ::testing::AnyOf;
-
-constexpr const char *kNotAllowed = "not allowed";
 
 void mountAt(const std::string &place, const char *source, const char *type, unsigned long flags = 0)
 {
@@ -62,36 +60,28 @@ std::string outcome(Scanned &scanned)
                        scanned.report.fileSystems.size(), fmt::join(lines, "\n"));
 }
 
-/// Mounts, scans with several numbers of readers, and tells the outcome, or that two differed.
-std::string mountAndScan(const TemporaryDirectory &directory, const std::function<void()> &mountAll,
-                         FileSystemScope scope = FileSystemScope::AllLocal)
+using Check = std::function<void(const std::string &outcome)>;
+
+/// Mounts, scans with several numbers of readers, which all give the same, and has the outcome checked.
+void mountAndScan(const TemporaryDirectory &directory, const std::function<void()> &mountAll,
+                  const Check &check, FileSystemScope scope = FileSystemScope::AllLocal)
 {
-    return textFromChild([&]() -> std::string {
-        if (!enterOwnMountNamespace()) {
-            return kNotAllowed;
-        }
+    withOwnMounts([&] {
         mountAll();
         const auto device = HostDevice::open(directory.path()).value();
-        std::string text;
         std::string first;
         for (const unsigned readers : kReaderCounts) {
             Scanned scanned = scan(*device, {.scope = scope, .readers = readers});
-            text = outcome(scanned);
-            first = first.empty() ? scanned.text() : first;
-            if (scanned.text() != first) {
-                return fmt::format("{}with {} readers{}", first, readers, scanned.text());
+            if (first.empty()) {
+                first = scanned.text();
+                check(outcome(scanned));
             }
+            EXPECT_EQ(scanned.text(), first) << "with " << readers << " readers";
         }
-        return text;
     });
 }
 
 } // namespace
-
-#define SKIP_WHERE_NOT_ALLOWED(text)                                                                         \
-    if ((text) == kNotAllowed) {                                                                             \
-        GTEST_SKIP() << "the system lets us have no namespace of mounts";                                    \
-    }
 
 TEST(RealMounts, inMemoryAndWithoutStorageAreNotEntered)
 {
@@ -99,38 +89,44 @@ TEST(RealMounts, inMemoryAndWithoutStorageAreNotEntered)
     directory.makeFile("f", 1);
     directory.makeDirectory("memory");
     directory.makeDirectory("dir/proc");
-    const std::string text = mountAndScan(directory, [&] {
-        mountMemory(directory.pathOf("memory"));
-        directory.makeFile("memory/inside", 100);
-        mountProc(directory.pathOf("dir/proc"));
-    });
-    SKIP_WHERE_NOT_ALLOWED(text);
-    EXPECT_EQ(text, "1 bytes on 1 file systems\n"
-                    "/f\n"
-                    "memory /memory (tmpfs)\n"
-                    "no storage /dir/proc (proc)\n");
+    mountAndScan(
+        directory,
+        [&] {
+            mountMemory(directory.pathOf("memory"));
+            directory.makeFile("memory/inside", 100);
+            mountProc(directory.pathOf("dir/proc"));
+        },
+        [](const std::string &text) {
+            EXPECT_EQ(text, "1 bytes on 1 file systems\n"
+                            "/f\n"
+                            "memory /memory (tmpfs)\n"
+                            "no storage /dir/proc (proc)\n");
+        });
 }
 
 TEST(RealMounts, inMemoryAreEnteredBelowARootThatIsInMemory)
 {
     const TemporaryDirectory directory;
-    const std::string text = mountAndScan(directory, [&] {
-        mountMemory(directory.path());
-        // By path: the directory itself was opened below the mount.
-        for (const char *name : {"a", "proc"}) {
-            if (::mkdir(directory.pathOf(name).c_str(), 0755) != 0) {
-                throw std::system_error(errno, std::generic_category(), name);
+    mountAndScan(
+        directory,
+        [&] {
+            mountMemory(directory.path());
+            // By path: the directory itself was opened below the mount.
+            for (const char *name : {"a", "proc"}) {
+                if (::mkdir(directory.pathOf(name).c_str(), 0755) != 0) {
+                    throw std::system_error(errno, std::generic_category(), name);
+                }
             }
-        }
-        mountMemory(directory.pathOf("a"));
-        mountProc(directory.pathOf("proc"));
-        if (::symlink("nowhere", directory.pathOf("a/link").c_str()) != 0 ||
-            ::mknod(directory.pathOf("a/f").c_str(), S_IFREG | 0644, 0) != 0) {
-            throw std::system_error(errno, std::generic_category(), "a");
-        }
-    });
-    SKIP_WHERE_NOT_ALLOWED(text);
-    EXPECT_EQ(text, "0 bytes on 2 file systems\n/a/f\nno storage /proc (proc)\n");
+            mountMemory(directory.pathOf("a"));
+            mountProc(directory.pathOf("proc"));
+            if (::symlink("nowhere", directory.pathOf("a/link").c_str()) != 0 ||
+                ::mknod(directory.pathOf("a/f").c_str(), S_IFREG | 0644, 0) != 0) {
+                throw std::system_error(errno, std::generic_category(), "a");
+            }
+        },
+        [](const std::string &text) {
+            EXPECT_EQ(text, "0 bytes on 2 file systems\n/a/f\nno storage /proc (proc)\n");
+        });
 }
 
 TEST(RealMounts, thatAreBoundAreWalkedOnce)
@@ -139,12 +135,13 @@ TEST(RealMounts, thatAreBoundAreWalkedOnce)
     directory.makeFile("f", 1);
     directory.makeFile("data/in/f", 10);
     directory.makeDirectory("bound");
-    const std::string text =
-        mountAndScan(directory, [&] { mountBind(directory.pathOf("bound"), directory.pathOf("data")); });
-    SKIP_WHERE_NOT_ALLOWED(text);
-    const std::string first = "11 bytes on 1 file systems\n";
-    EXPECT_THAT(text, AnyOf(first + "/data/in/f\n/f\nseen before /bound\n",
-                            first + "/bound/in/f\n/f\nseen before /data\n"));
+    mountAndScan(
+        directory, [&] { mountBind(directory.pathOf("bound"), directory.pathOf("data")); },
+        [](const std::string &text) {
+            const std::string first = "11 bytes on 1 file systems\n";
+            EXPECT_THAT(text, AnyOf(first + "/data/in/f\n/f\nseen before /bound\n",
+                                    first + "/bound/in/f\n/f\nseen before /data\n"));
+        });
 }
 
 TEST(RealMounts, ofADirectoryInsideItselfEnd)
@@ -152,10 +149,33 @@ TEST(RealMounts, ofADirectoryInsideItselfEnd)
     const TemporaryDirectory directory;
     directory.makeFile("data/f", 10);
     directory.makeDirectory("data/in/itself");
-    const std::string text = mountAndScan(
-        directory, [&] { mountBind(directory.pathOf("data/in/itself"), directory.pathOf("data")); });
-    SKIP_WHERE_NOT_ALLOWED(text);
-    EXPECT_EQ(text, "10 bytes on 1 file systems\n/data/f\nseen before /data/in/itself\n");
+    mountAndScan(
+        directory, [&] { mountBind(directory.pathOf("data/in/itself"), directory.pathOf("data")); },
+        [](const std::string &text) {
+            EXPECT_EQ(text, "10 bytes on 1 file systems\n/data/f\nseen before /data/in/itself\n");
+        });
+}
+
+TEST(RealMounts, belowOneInMemoryAreEntered)
+{
+    const TemporaryDirectory directory(TemporaryDirectory::Lies::OnDisk);
+    directory.makeFile("f", 1);
+    directory.makeFile("data/f", 10);
+    directory.makeDirectory("run");
+    mountAndScan(
+        directory,
+        [&] {
+            mountMemory(directory.pathOf("run"));
+            directory.makeFile("run/lost", 100);
+            directory.makeDirectory("run/media/disk");
+            mountBind(directory.pathOf("run/media/disk"), directory.pathOf("data"));
+        },
+        [](const std::string &text) {
+            const std::string first = "11 bytes on 1 file systems\n";
+            EXPECT_THAT(text,
+                        AnyOf(first + "/data/f\n/f\nmemory /run (tmpfs)\nseen before /run/media/disk\n",
+                              first + "/f\n/run/media/disk/f\nmemory /run (tmpfs)\nseen before /data\n"));
+        });
 }
 
 TEST(RealMounts, ofOtherFileSystemsAreLeftOutOnRequest)
@@ -165,18 +185,19 @@ TEST(RealMounts, ofOtherFileSystemsAreLeftOutOnRequest)
     directory.makeFile("data/f", 10);
     directory.makeDirectory("memory");
     directory.makeDirectory("bound");
-    const std::string text = mountAndScan(
+    mountAndScan(
         directory,
         [&] {
             mountMemory(directory.pathOf("memory"));
             mountMemory(directory.pathOf("bound"));
             mountBind(directory.pathOf("bound"), directory.pathOf("data")); // hides what is below it
         },
+        [](const std::string &text) {
+            EXPECT_TRUE(text.starts_with("11 bytes on 1 file systems\n")) << text;
+            EXPECT_NE(text.find("memory /memory (tmpfs)"), std::string::npos) << text;
+            EXPECT_EQ(text.find("/bound (tmpfs)"), std::string::npos) << text;
+        },
         FileSystemScope::RootOnly);
-    SKIP_WHERE_NOT_ALLOWED(text);
-    EXPECT_TRUE(text.starts_with("11 bytes on 1 file systems\n")) << text;
-    EXPECT_NE(text.find("memory /memory (tmpfs)"), std::string::npos) << text;
-    EXPECT_EQ(text.find("/bound (tmpfs)"), std::string::npos) << text;
 }
 
 TEST(RealMounts, overADirectoryHideWhatIsBelowThem)
@@ -184,9 +205,11 @@ TEST(RealMounts, overADirectoryHideWhatIsBelowThem)
     const TemporaryDirectory directory(TemporaryDirectory::Lies::OnDisk);
     directory.makeFile("hidden/f", 1000);
     directory.makeFile("f", 1);
-    const std::string text = mountAndScan(directory, [&] { mountMemory(directory.pathOf("hidden")); });
-    SKIP_WHERE_NOT_ALLOWED(text);
-    EXPECT_EQ(text, "1 bytes on 1 file systems\n/f\nmemory /hidden (tmpfs)\n");
+    mountAndScan(
+        directory, [&] { mountMemory(directory.pathOf("hidden")); },
+        [](const std::string &text) {
+            EXPECT_EQ(text, "1 bytes on 1 file systems\n/f\nmemory /hidden (tmpfs)\n");
+        });
 }
 
 } // namespace slicewise

@@ -21,6 +21,8 @@ const char *nameOf(NotEntered::Why why)
         return "memory";
     case NotEntered::Why::Network:
         return "network";
+    case NotEntered::Why::View:
+        return "view";
     case NotEntered::Why::SeenBefore:
         return "seen before";
     }

@@ -220,9 +220,7 @@ void MemoryDevice::addMount(std::string_view path, const std::string &type, cons
 {
     setFileSystem(path, fileSystem);
     Mount mount{.path = std::string(path), .type = type, .kind = fileSystem.kind, .identity = std::nullopt};
-    const bool rootInMemory = m_root->fileSystem.kind == FileSystemKind::Memory;
-    if (fileSystem.kind == FileSystemKind::Storage ||
-        (fileSystem.kind == FileSystemKind::Memory && rootInMemory)) {
+    if (fileSystem.kind == FileSystemKind::Storage || fileSystem.kind == m_root->fileSystem.kind) {
         mount.identity = identity(path);
     }
     m_mounts.push_back(std::move(mount));
