@@ -6,6 +6,8 @@
 #   CLI11::CLI11                    command line arguments
 #   slicewise::rapidjson            streamed JSON
 #   slicewise::utf8proc             Unicode: cell widths, normal forms
+#   slicewise::plist                property lists
+#   slicewise::sqlite3              SQLite
 #   Threads::Threads                threads
 #   GTest::gtest_main, GTest::gmock tests (slicewise_test links them)
 #   benchmark::benchmark            benchmarks
@@ -29,6 +31,10 @@ add_library(slicewise::rapidjson ALIAS slicewise_rapidjson)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(UTF8PROC REQUIRED IMPORTED_TARGET GLOBAL libutf8proc)
 add_library(slicewise::utf8proc ALIAS PkgConfig::UTF8PROC)
+pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET GLOBAL libplist-2.0)
+add_library(slicewise::plist ALIAS PkgConfig::PLIST)
+pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET GLOBAL sqlite3)
+add_library(slicewise::sqlite3 ALIAS PkgConfig::SQLITE3)
 
 if(SLICEWISE_BUILD_TESTS OR SLICEWISE_BUILD_FUZZERS)
     find_package(GTest REQUIRED)

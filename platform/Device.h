@@ -8,9 +8,11 @@
 #include "platform/EntryChunk.h"
 #include "platform/Result.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -82,6 +84,45 @@ public:
     virtual Result<Progress> next(EntryChunk &chunk) = 0;
 };
 
+/// A regular file that is open for reading. Any thread may use it, one at a time; closing gives back its
+/// locks.
+class ReadableFile {
+public:
+    ReadableFile() = default;
+    ReadableFile(const ReadableFile &) = delete;
+    ReadableFile &operator=(const ReadableFile &) = delete;
+    virtual ~ReadableFile() = default;
+
+    /// As pread(2), but fills the whole of `into` unless the file ends before; the number of bytes read.
+    virtual Result<std::size_t> readAt(std::uint64_t offset, std::span<std::byte> into) = 0;
+    [[nodiscard]] virtual Result<std::uint64_t> sizeBytes() const = 0;
+
+    /// Keeps other processes from locking the stretch for writing (an advisory lock, fcntl(2)). EAGAIN where
+    /// one of them has; nothing is ever waited for. True where there is nothing to lock against.
+    virtual Result<bool> lockShared(std::uint64_t offset, std::uint64_t length) = 0;
+    virtual void unlock(std::uint64_t offset, std::uint64_t length) = 0;
+};
+
+/// Where a path leads to, whether or not all of it exists.
+struct ResolvedPath {
+    std::string path;   ///< without links, "." and ".." as far as it exists; the rest of it as it was
+    bool exists = true; ///< false: a component is missing
+};
+
+/// Resolves many paths, remembering directories. What it has told of a directory stays true for it, whatever
+/// happens on the disk meanwhile. One thread at a time; must not outlive the device.
+class PathResolver {
+public:
+    PathResolver() = default;
+    PathResolver(const PathResolver &) = delete;
+    PathResolver &operator=(const PathResolver &) = delete;
+    virtual ~PathResolver() = default;
+
+    /// As Device::resolve(), a missing component being no failure. A path that does not begin with "/" is
+    /// taken as from the root.
+    virtual Result<ResolvedPath> resolve(std::string_view path) = 0;
+};
+
 class Device {
 public:
     Device() = default;
@@ -104,6 +145,26 @@ public:
     /// The mounts below the root, the one on top where several share a place. Empty where the system has no
     /// list of them; a walk then goes by what each directory itself tells.
     [[nodiscard]] virtual std::vector<Mount> mounts() const = 0;
+
+    // What only some devices have; the others say ENOTSUP.
+
+    /// Opens a regular file as status() finds it; EISDIR for a directory, EINVAL for any other thing (a fifo
+    /// is not waited for). Reading it does not change its time of access where the system lets us.
+    [[nodiscard]] virtual Result<std::unique_ptr<ReadableFile>> openFile(std::string_view path) const;
+
+    /// The names of all entries of a directory, of whatever type, but for "." and "..", in the order in which
+    /// the file system lists them. Links in the path are followed.
+    [[nodiscard]] virtual Result<std::vector<std::string>> entryNames(std::string_view path) const;
+
+    /// Where a program that is told of it finds the path on the host, links resolved.
+    [[nodiscard]] virtual Result<std::string> hostPath(std::string_view path) const;
+
+    [[nodiscard]] virtual std::unique_ptr<PathResolver> makeResolver() const;
 };
+
+/// The whole content of a file; EFBIG where there is more than `mostBytes`, whatever the file system said of
+/// its size.
+[[nodiscard]] Result<std::string> readFile(const Device &device, std::string_view path,
+                                           std::size_t mostBytes);
 
 } // namespace slicewise

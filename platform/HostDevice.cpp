@@ -1,8 +1,11 @@
 #include "platform/HostDevice.h"
 
 #include "platform/HostDirectoryReader.h"
+#include "platform/HostFile.h"
+#include "platform/HostPathResolver.h"
 #include "platform/MountTable.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -201,7 +204,7 @@ Result<UniqueFd> HostDevice::openOneByOne(std::string_view relativePath, int sta
     return current;
 }
 
-Result<HostDevice::Resolved> HostDevice::follow(std::string_view path) const
+Result<HostDevice::Resolved> HostDevice::follow(std::string_view path, std::string *asFarAsItExists) const
 {
     Resolved at{.path = "", .parent = UniqueFd(), .component = "."};
     std::string rest(withoutSlashes(path));
@@ -232,7 +235,12 @@ Result<HostDevice::Resolved> HostDevice::follow(std::string_view path) const
         }
         struct stat raw = {};
         if (m_calls->statAt(current->get(), component.c_str(), &raw, AT_SYMLINK_NOFOLLOW) != 0) {
-            return ErrorNumber{errno};
+            const int error = errno;
+            if (error == ENOENT && asFarAsItExists != nullptr) {
+                *asFarAsItExists = at.path + "/" + component;
+                asFarAsItExists->append(left.empty() ? "" : "/").append(left);
+            }
+            return ErrorNumber{error};
         }
         if (S_ISLNK(raw.st_mode)) {
             if (++links > kMostLinks) {
@@ -307,6 +315,112 @@ Result<std::string> HostDevice::resolve(std::string_view path) const
         return ErrorNumber{found.error()};
     }
     return std::move(found->path);
+}
+
+Result<ResolvedPath> HostDevice::resolveAsFarAsItExists(std::string_view path) const
+{
+    std::string asFarAsItExists;
+    Result<Resolved> found = follow(path, &asFarAsItExists);
+    if (found) {
+        return ResolvedPath{.path = std::move(found->path), .exists = true};
+    }
+    if (found.error() == ENOENT && !asFarAsItExists.empty()) {
+        return ResolvedPath{.path = std::move(asFarAsItExists), .exists = false};
+    }
+    return ErrorNumber{found.error()};
+}
+
+Result<std::unique_ptr<ReadableFile>> HostDevice::openFile(std::string_view path) const
+{
+    const Result<Resolved> found = follow(path);
+    if (!found) {
+        return ErrorNumber{found.error()};
+    }
+    if (found->component == ".") {
+        return ErrorNumber{EISDIR};
+    }
+    // Merely opening a fifo or a device may set something off, so what it is is asked before, and again of
+    // what has been opened.
+    const int parent = found->parent.get();
+    const char *name = found->component.c_str();
+    struct stat raw = {};
+    if (m_calls->statAt(parent, name, &raw, AT_SYMLINK_NOFOLLOW) != 0) {
+        return ErrorNumber{errno};
+    }
+    if (!S_ISREG(raw.st_mode)) {
+        return ErrorNumber{S_ISDIR(raw.st_mode) ? EISDIR : EINVAL};
+    }
+    constexpr int kFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+#if defined(O_NOATIME)
+    UniqueFd file(m_calls->openAt(parent, name, kFlags | O_NOATIME));
+    if (!file && errno == EPERM) { // only the owner of a file may leave its time of access alone
+        file.reset(m_calls->openAt(parent, name, kFlags));
+    }
+#else
+    UniqueFd file(m_calls->openAt(parent, name, kFlags));
+#endif
+    if (!file || m_calls->statOpen(file.get(), &raw) != 0) {
+        return ErrorNumber{errno};
+    }
+    if (!S_ISREG(raw.st_mode)) {
+        return ErrorNumber{EINVAL};
+    }
+    return std::unique_ptr<ReadableFile>(std::make_unique<HostFile>(std::move(file), *m_calls));
+}
+
+Result<std::vector<std::string>> HostDevice::entryNames(std::string_view path) const
+{
+    const Result<Resolved> found = follow(path);
+    if (!found) {
+        return ErrorNumber{found.error()};
+    }
+    if (found->component != ".") {
+        return ErrorNumber{ENOTDIR};
+    }
+    const int opened = m_calls->openAt(found->parent.get(), ".", kOpenDirectory);
+    if (opened < 0) {
+        return ErrorNumber{errno};
+    }
+    const auto close = [](DIR *stream) { ::closedir(stream); };
+    const std::unique_ptr<DIR, decltype(close)> stream(::fdopendir(opened), close);
+    if (!stream) {
+        const int error = errno;
+        UniqueFd(opened).reset();
+        return ErrorNumber{error};
+    }
+    std::vector<std::string> names;
+    while (true) {
+        errno = 0;
+        const dirent *entry = ::readdir(stream.get()); // NOLINT(concurrency-mt-unsafe): a stream of our own
+        if (entry == nullptr) {
+            break;
+        }
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") {
+            names.emplace_back(name);
+        }
+    }
+    if (errno != 0) {
+        return ErrorNumber{errno};
+    }
+    return names;
+}
+
+Result<std::string> HostDevice::hostPath(std::string_view path) const
+{
+    const Result<std::string> resolved = resolve(path);
+    if (!resolved) {
+        return ErrorNumber{resolved.error()};
+    }
+    if (m_canonicalRoot == "/") {
+        return *resolved;
+    }
+    return *resolved == "/" ? m_canonicalRoot : m_canonicalRoot + *resolved;
+}
+
+std::unique_ptr<PathResolver> HostDevice::makeResolver() const
+{
+    return std::make_unique<HostPathResolver>(*this);
 }
 
 Result<FileSystem> HostDevice::fileSystem(std::string_view path) const

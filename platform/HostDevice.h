@@ -31,6 +31,10 @@ public:
     [[nodiscard]] Result<std::string> resolve(std::string_view path) const override;
     [[nodiscard]] Result<FileSystem> fileSystem(std::string_view path) const override;
     [[nodiscard]] std::vector<Mount> mounts() const override;
+    [[nodiscard]] Result<std::unique_ptr<ReadableFile>> openFile(std::string_view path) const override;
+    [[nodiscard]] Result<std::vector<std::string>> entryNames(std::string_view path) const override;
+    [[nodiscard]] Result<std::string> hostPath(std::string_view path) const override;
+    [[nodiscard]] std::unique_ptr<PathResolver> makeResolver() const override;
 
     /// Passing through a directory, or asking about it, needs no right to read it.
     enum class OpenFor : std::uint8_t { Reading, Passing };
@@ -41,6 +45,8 @@ public:
                                                  OpenFor purpose) const;
     [[nodiscard]] int rootDescriptor() const { return m_root.get(); }
     [[nodiscard]] const SystemCalls &calls() const { return *m_calls; }
+    /// As resolve(), a missing component being no failure; for the resolver.
+    [[nodiscard]] Result<ResolvedPath> resolveAsFarAsItExists(std::string_view path) const;
     /// What lies behind an open descriptor; `device` is its st_dev.
     [[nodiscard]] FileSystem fileSystemOfOpen(int descriptor, std::uint64_t device) const;
 
@@ -52,7 +58,9 @@ private:
     };
 
     HostDevice(UniqueFd root, std::string canonicalRoot, const SystemCalls *calls);
-    [[nodiscard]] Result<Resolved> follow(std::string_view path) const;
+    /// Where a component is missing, `asFarAsItExists` becomes the path so far with the rest behind it.
+    [[nodiscard]] Result<Resolved> follow(std::string_view path,
+                                          std::string *asFarAsItExists = nullptr) const;
     [[nodiscard]] Result<UniqueFd> openOneByOne(std::string_view relativePath, int start,
                                                 OpenFor purpose) const;
     void readMountTable();

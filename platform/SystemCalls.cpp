@@ -75,6 +75,21 @@ ssize_t SystemCalls::readLinkAt(int directory, const char *path, std::span<char>
     return ::readlinkat(directory, path, target.data(), target.size());
 }
 
+ssize_t SystemCalls::readAt(int file, std::span<std::byte> into, std::uint64_t offset) const
+{
+    return ::pread(file, into.data(), into.size(), static_cast<::off_t>(offset));
+}
+
+int SystemCalls::lockRange(int file, short type, std::uint64_t offset, std::uint64_t length) const
+{
+    struct flock range = {};
+    range.l_type = type;
+    range.l_whence = SEEK_SET;
+    range.l_start = static_cast<::off_t>(offset);
+    range.l_len = static_cast<::off_t>(length);
+    return ::fcntl(file, F_SETLK, &range); // NOLINT(cppcoreguidelines-pro-type-vararg): its only form
+}
+
 ssize_t SystemCalls::readEntries(int directory, std::span<std::byte> records) const
 {
 #if defined(__linux__)

@@ -34,6 +34,11 @@ public:
     [[nodiscard]] virtual int statOpen(int descriptor, struct stat *status) const;
     [[nodiscard]] virtual int fileSystemOf(int descriptor, FileSystemFacts *facts) const;
     [[nodiscard]] virtual ssize_t readLinkAt(int directory, const char *path, std::span<char> target) const;
+    /// pread(2)
+    [[nodiscard]] virtual ssize_t readAt(int file, std::span<std::byte> into, std::uint64_t offset) const;
+    /// fcntl(2), F_SETLK: type is F_RDLCK or F_UNLCK.
+    [[nodiscard]] virtual int lockRange(int file, short type, std::uint64_t offset,
+                                        std::uint64_t length) const;
     /// getdents64(2): linux_dirent64 records; ENOSYS on platforms without it.
     [[nodiscard]] virtual ssize_t readEntries(int directory, std::span<std::byte> records) const;
 };

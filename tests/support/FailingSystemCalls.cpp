@@ -31,14 +31,16 @@ void hideTypes(std::span<std::byte> records)
 std::array<FailingSystemCalls::Function, FailingSystemCalls::kFunctionCount> FailingSystemCalls::
     allFunctions()
 {
-    return {Function::OpenWithoutLinks, Function::OpenAt,     Function::StatAt,     Function::StatOpen,
-            Function::FileSystemOf,     Function::ReadLinkAt, Function::ReadEntries};
+    return {Function::OpenWithoutLinks, Function::OpenAt,       Function::StatAt,
+            Function::StatOpen,         Function::FileSystemOf, Function::ReadLinkAt,
+            Function::ReadAt,           Function::LockRange,    Function::ReadEntries};
 }
 
 const char *FailingSystemCalls::nameOf(Function function)
 {
-    static constexpr std::array kNames = {"openWithoutLinks", "openAt",     "statAt",     "statOpen",
-                                          "fileSystemOf",     "readLinkAt", "readEntries"};
+    static constexpr std::array kNames = {"openWithoutLinks", "openAt",       "statAt",
+                                          "statOpen",         "fileSystemOf", "readLinkAt",
+                                          "readAt",           "lockRange",    "readEntries"};
     return kNames.at(indexOf(function));
 }
 
@@ -162,6 +164,18 @@ ssize_t FailingSystemCalls::readLinkAt(int directory, const char *path, std::spa
 {
     return passes(Function::ReadLinkAt, directory, path, 0) ? SystemCalls::readLinkAt(directory, path, target)
                                                             : -1;
+}
+
+ssize_t FailingSystemCalls::readAt(int file, std::span<std::byte> into, std::uint64_t offset) const
+{
+    return passes(Function::ReadAt, file, nullptr, 0) ? SystemCalls::readAt(file, into, offset) : -1;
+}
+
+int FailingSystemCalls::lockRange(int file, short type, std::uint64_t offset, std::uint64_t length) const
+{
+    return passes(Function::LockRange, file, nullptr, type)
+               ? SystemCalls::lockRange(file, type, offset, length)
+               : -1;
 }
 
 ssize_t FailingSystemCalls::readEntries(int directory, std::span<std::byte> records) const

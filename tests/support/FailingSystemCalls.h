@@ -26,9 +26,11 @@ public:
         StatOpen,
         FileSystemOf,
         ReadLinkAt,
+        ReadAt,
+        LockRange,
         ReadEntries,
     };
-    static constexpr std::size_t kFunctionCount = 7;
+    static constexpr std::size_t kFunctionCount = 9;
     [[nodiscard]] static std::array<Function, kFunctionCount> allFunctions();
     [[nodiscard]] static const char *nameOf(Function function);
 
@@ -65,6 +67,9 @@ public:
     [[nodiscard]] int statOpen(int descriptor, struct stat *status) const override;
     [[nodiscard]] int fileSystemOf(int descriptor, FileSystemFacts *facts) const override;
     [[nodiscard]] ssize_t readLinkAt(int directory, const char *path, std::span<char> target) const override;
+    [[nodiscard]] ssize_t readAt(int file, std::span<std::byte> into, std::uint64_t offset) const override;
+    [[nodiscard]] int lockRange(int file, short type, std::uint64_t offset,
+                                std::uint64_t length) const override;
     [[nodiscard]] ssize_t readEntries(int directory, std::span<std::byte> records) const override;
 
 private:
