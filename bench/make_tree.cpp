@@ -2,10 +2,13 @@
 //
 //   many-small     COUNT files in many small directories, 5 to 15 in each, about six levels deep
 //   one-directory  COUNT files in DIR itself
+//   containers     COUNT files of applications, as a device keeps them: a container for what was installed
+//   and one
+//                  for what was written, 500 files in each
 //   chain          COUNT directories, each inside the one before it, with a file in each
 //
-// The files have sizes of up to 64 KiB and no content, so that a million of them fill no disk. DIR must not
-// be there yet, or be empty. Says what it made in one line.
+// The files have sizes of up to 64 KiB and no content, but for the lists that name applications, so that a
+// million of them fill no disk. DIR must not be there yet, or be empty. Says what it made in one line.
 #include "platform/UniqueFd.h"
 
 #include <fmt/format.h>
@@ -39,6 +42,7 @@ namespace {
 constexpr std::uint64_t kSeed = 20240229;
 constexpr std::uint64_t kFewestFiles = 5;
 constexpr std::uint64_t kMostFiles = 15;
+constexpr std::uint64_t kFilesOfContainer = 500;
 constexpr double kLevels = 6;
 constexpr unsigned kLargestSizeBits = 16;
 
@@ -103,6 +107,7 @@ public:
     void makeManySmall(std::uint64_t files);
     void makeOneDirectory(std::uint64_t files) { makeFiles(m_root.get(), files); }
     void makeChain(std::uint64_t directories);
+    void makeContainers(std::uint64_t files);
 
     [[nodiscard]] std::string summary() const
     {
@@ -127,6 +132,7 @@ private:
     }
 
     void makeFile(int directory, const std::string &name, off_t size);
+    void makeStoreData(int directory, std::uint64_t number);
     UniqueFd makeDirectory(int parent, const std::string &name, std::uint64_t level);
     [[nodiscard]] std::vector<Plan> planManySmall(std::uint64_t files);
     void makePlanned(const std::vector<Plan> &plans, std::size_t index, int directory, std::uint64_t level);
@@ -170,6 +176,53 @@ void TreeMaker::makeChain(std::uint64_t directories)
     for (std::uint64_t made = 0; made < directories; ++made) {
         directory = makeDirectory(directory.get(), m_chance.name(made), made + 2);
         makeFiles(directory.get(), 1);
+    }
+}
+
+// What the store says of an application: a property list with its name.
+void TreeMaker::makeStoreData(int directory, std::uint64_t number)
+{
+    const std::string list =
+        fmt::format("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
+                    "<key>itemName</key><string>Application {}</string></dict></plist>\n",
+                    number);
+    const char *name = "iTunesMetadata.plist";
+    const UniqueFd file(::openat(directory, name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+    if (!file || ::write(file.get(), list.data(), list.size()) != static_cast<ssize_t>(list.size())) {
+        failAt(name);
+    }
+    ++m_files;
+    m_bytes += list.size();
+}
+
+void TreeMaker::makeContainers(std::uint64_t files)
+{
+    std::uint64_t level = 1;
+    UniqueFd place(::dup(m_root.get()));
+    for (const char *name : {"private", "var", "mobile", "Containers"}) {
+        place = makeDirectory(place.get(), name, ++level);
+    }
+    std::array<UniqueFd, 2> kinds;
+    for (std::size_t kind = 0; kind < kinds.size(); ++kind) {
+        const UniqueFd above = makeDirectory(place.get(), kind == 0 ? "Bundle" : "Data", level + 1);
+        kinds.at(kind) = makeDirectory(above.get(), "Application", level + 2);
+    }
+    for (std::uint64_t number = 0; files > 0; ++number) {
+        const std::size_t kind = number % kinds.size();
+        std::uint64_t here = std::min(files, kFilesOfContainer);
+        files -= here;
+        const UniqueFd container = makeDirectory(
+            kinds.at(kind).get(), fmt::format("{:08X}-0000-4000-8000-000000000000", number), level + 3);
+        if (kind == 0) {
+            makeStoreData(container.get(), number);
+            --here;
+        }
+        const std::vector<Plan> plans = planManySmall(here);
+        if (!plans.empty()) {
+            const UniqueFd top =
+                makeDirectory(container.get(), kind == 0 ? "Application.app" : "Library", level + 4);
+            makePlanned(plans, 0, top.get(), level + 4);
+        }
     }
 }
 
@@ -221,8 +274,8 @@ int makeTree(std::span<char *> words)
     const auto [rest, error] = std::from_chars(number.data(), end, count);
     const std::string_view kind = words.empty() ? "" : words[0];
     if (error != std::errc() || rest != end || count == 0 ||
-        (kind != "many-small" && kind != "one-directory" && kind != "chain")) {
-        fmt::print(stderr, "usage: make-tree many-small|one-directory|chain COUNT DIR\n");
+        (kind != "many-small" && kind != "one-directory" && kind != "containers" && kind != "chain")) {
+        fmt::print(stderr, "usage: make-tree many-small|one-directory|containers|chain COUNT DIR\n");
         return 2;
     }
     try {
@@ -231,6 +284,8 @@ int makeTree(std::span<char *> words)
             maker.makeManySmall(count);
         } else if (kind == "one-directory") {
             maker.makeOneDirectory(count);
+        } else if (kind == "containers") {
+            maker.makeContainers(count);
         } else {
             maker.makeChain(count);
         }

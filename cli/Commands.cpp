@@ -9,6 +9,7 @@
 #include "platform/Log.h"
 #include "scan/Classifier.h"
 #include "scan/ScanEngine.h"
+#include "scan/ScanTables.h"
 #include "ui/NameText.h"
 
 #include <fmt/format.h>
@@ -148,7 +149,8 @@ int runClassify(const ClassifyArguments &arguments, Output &output)
         return 1;
     }
     const std::unique_ptr<Log> log = makeLog(false);
-    const ClassifierChain chain = makeClassifierChain();
+    ScanTables tables(*device, *log, nullptr);
+    const ClassifierChain chain = makeClassifierChain(tables);
     int status = 0;
     for (const std::string &path : arguments.paths) {
         if (!path.starts_with('/')) {

@@ -1,6 +1,7 @@
 #include "cli/JsonReport.h"
 
 #include "cli/Numbers.h"
+#include "scan/Utf8.h"
 #include "ui/NameText.h"
 
 #include <rapidjson/writer.h>

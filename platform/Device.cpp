@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <utility>
 
 namespace slicewise {
@@ -13,8 +14,14 @@ class PlainResolver final : public PathResolver {
 public:
     explicit PlainResolver(const Device &device) : m_device(device) {}
 
-    Result<ResolvedPath> resolve(std::string_view path) override
+    Result<std::string> resolve(std::string_view path) override
     {
+        if (path.size() >= PATH_MAX) {
+            return ErrorNumber{ENAMETOOLONG};
+        }
+        if (path.empty()) {
+            return std::string();
+        }
         // Cuts components off the end until what is left exists.
         std::string_view existing = path;
         while (true) {
@@ -23,11 +30,10 @@ public:
                 std::string text = std::move(found).value();
                 std::string_view rest = path.substr(existing.size());
                 rest.remove_prefix(std::min(rest.find_first_not_of('/'), rest.size()));
-                if (rest.empty()) {
-                    return ResolvedPath{.path = std::move(text), .exists = existing.size() == path.size()};
+                if (!rest.empty()) {
+                    text.append(text.ends_with('/') ? "" : "/").append(rest);
                 }
-                text.append(text.ends_with('/') ? "" : "/").append(rest);
-                return ResolvedPath{.path = std::move(text), .exists = false};
+                return text;
             }
             if (found.error() != ENOENT || existing.empty()) {
                 return ErrorNumber{found.error()};

@@ -103,12 +103,6 @@ public:
     virtual void unlock(std::uint64_t offset, std::uint64_t length) = 0;
 };
 
-/// Where a path leads to, whether or not all of it exists.
-struct ResolvedPath {
-    std::string path;   ///< without links, "." and ".." as far as it exists; the rest of it as it was
-    bool exists = true; ///< false: a component is missing
-};
-
 /// Resolves many paths, remembering directories. What it has told of a directory stays true for it, whatever
 /// happens on the disk meanwhile. One thread at a time; must not outlive the device.
 class PathResolver {
@@ -118,9 +112,10 @@ public:
     PathResolver &operator=(const PathResolver &) = delete;
     virtual ~PathResolver() = default;
 
-    /// As Device::resolve(), a missing component being no failure. A path that does not begin with "/" is
-    /// taken as from the root.
-    virtual Result<ResolvedPath> resolve(std::string_view path) = 0;
+    /// As Device::resolve(), a missing component being no failure: without links, "." and ".." as far as the
+    /// path exists, the rest of it as it was. One that does not begin with "/" is taken as from the root;
+    /// nothing stays nothing. ENAMETOOLONG from PATH_MAX on.
+    virtual Result<std::string> resolve(std::string_view path) = 0;
 };
 
 class Device {

@@ -34,7 +34,6 @@ int flagsFor(HostDevice::OpenFor purpose)
     return purpose == HostDevice::OpenFor::Reading ? kOpenDirectory : kOpenToPass;
 }
 
-constexpr int kMostLinks = 40; // as path_resolution(7) has it
 constexpr std::size_t kLongestPiece = PATH_MAX - 1;
 
 FileStatus statusFrom(const struct stat &raw)
@@ -328,6 +327,38 @@ Result<ResolvedPath> HostDevice::resolveAsFarAsItExists(std::string_view path) c
         return ResolvedPath{.path = std::move(asFarAsItExists), .exists = false};
     }
     return ErrorNumber{found.error()};
+}
+
+Result<std::vector<std::string>> HostDevice::linksIn(const std::string &path) const
+{
+#if defined(__linux__)
+    const Result<UniqueFd> directory = openDirectory(path, m_root.get(), OpenFor::Reading);
+    if (!directory) {
+        return ErrorNumber{directory.error()};
+    }
+    std::vector<std::string> links;
+    alignas(dirent64) std::array<std::byte, std::size_t{32} * 1024> records;
+    while (true) {
+        const ssize_t length = m_calls->readEntries(directory->get(), records);
+        if (length == 0) {
+            return links;
+        }
+        if (length < 0 && errno != EINTR) {
+            return ErrorNumber{errno};
+        }
+        for (std::size_t at = 0; length > 0 && at < static_cast<std::size_t>(length);) {
+            // The kernel aligns each record for this very cast.
+            const auto *record = reinterpret_cast<const dirent64 *>(records.data() + at);
+            at += record->d_reclen;
+            if (record->d_type == DT_LNK || record->d_type == DT_UNKNOWN) {
+                links.emplace_back(record->d_name);
+            }
+        }
+    }
+#else
+    static_cast<void>(path);
+    return ErrorNumber{ENOSYS};
+#endif
 }
 
 Result<std::unique_ptr<ReadableFile>> HostDevice::openFile(std::string_view path) const

@@ -19,6 +19,12 @@
 
 namespace slicewise {
 
+/// Where a path leads to, whether or not all of it exists.
+struct ResolvedPath {
+    std::string path;   ///< without links, "." and ".." as far as it exists; the rest of it as it was
+    bool exists = true; ///< false: a component is missing
+};
+
 class HostDevice final : public Device {
 public:
     /// hostRoot: an existing directory that may be read, links followed. ENOENT, ENOTDIR, EACCES, ...
@@ -45,6 +51,10 @@ public:
                                                  OpenFor purpose) const;
     [[nodiscard]] int rootDescriptor() const { return m_root.get(); }
     [[nodiscard]] const SystemCalls &calls() const { return *m_calls; }
+    static constexpr int kMostLinks = 40; ///< that a path may lead through, as path_resolution(7) has it
+    /// The names in a directory without links in its path of what is a link, or of unknown type. ENOSYS where
+    /// the platform can't tell. For the resolver.
+    [[nodiscard]] Result<std::vector<std::string>> linksIn(const std::string &path) const;
     /// As resolve(), a missing component being no failure; for the resolver.
     [[nodiscard]] Result<ResolvedPath> resolveAsFarAsItExists(std::string_view path) const;
     /// What lies behind an open descriptor; `device` is its st_dev.

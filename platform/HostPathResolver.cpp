@@ -1,5 +1,8 @@
 #include "platform/HostPathResolver.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
@@ -7,33 +10,98 @@
 
 namespace slicewise {
 
-Result<ResolvedPath> HostPathResolver::resolve(std::string_view path)
+namespace {
+
+// From this many questions on a listing costs less than asking for each name.
+constexpr unsigned kAskedBeforeListing = 3;
+// Deeper paths go step by step rather than directory by directory, which takes a stack.
+constexpr std::ptrdiff_t kMostLevels = 128;
+
+struct Split {
+    std::string_view directory;
+    std::string_view name;
+};
+Split split(std::string_view path)
+{
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string_view::npos
+               ? Split{.directory = {}, .name = path}
+               : Split{.directory = path.substr(0, slash), .name = path.substr(slash + 1)};
+}
+
+bool isPlainName(std::string_view name)
+{
+    return !name.empty() && name != "." && name != "..";
+}
+
+// Of a directory without links in its path, "..", taken from the front of what follows, is the one above it.
+void goUp(std::string &directory, std::string_view &rest)
+{
+    while (rest.starts_with("../") || rest.starts_with("./")) {
+        if (rest.starts_with("..")) {
+            directory.resize(directory.empty() ? 0 : directory.rfind('/'));
+        }
+        rest.remove_prefix(rest.find('/'));
+        while (rest.starts_with('/')) {
+            rest.remove_prefix(1);
+        }
+    }
+}
+
+// Whether a component is "." or "..", or empty.
+bool hasOddComponents(std::string_view path)
+{
+    while (!path.empty()) {
+        const std::size_t slash = path.find('/');
+        if (!isPlainName(path.substr(0, slash))) {
+            return true;
+        }
+        if (slash == std::string_view::npos) {
+            return false;
+        }
+        path.remove_prefix(slash + 1);
+    }
+    return true;
+}
+
+} // namespace
+
+Result<std::string> HostPathResolver::resolve(std::string_view path)
 {
     if (path.size() >= PATH_MAX) {
         return ErrorNumber{ENAMETOOLONG};
     }
     if (path.empty()) {
-        return ResolvedPath{.path = {}, .exists = false};
+        return std::string();
     }
-    const std::size_t slash = path.rfind('/');
-    const std::string_view directory = slash == std::string_view::npos ? "" : path.substr(0, slash);
-    const std::string_view name = slash == std::string_view::npos ? path : path.substr(slash + 1);
-    if (name.empty() || name == "." || name == "..") {
+    Result<ResolvedPath> resolved = resolve(path, 0);
+    if (!resolved) {
+        return ErrorNumber{resolved.error()};
+    }
+    return std::move(resolved->path);
+}
+
+Result<ResolvedPath> HostPathResolver::resolve(std::string_view path, int links)
+{
+    const auto [above, name] = split(path);
+    if (!isPlainName(name) || std::count(path.begin(), path.end(), '/') > kMostLevels) {
         return m_device.resolveAsFarAsItExists(path);
     }
-    const Result<ResolvedPath> &above = resolveDirectory(directory);
-    if (!above) {
-        return above;
+    Directory &directory = directoryAt(above, links);
+    if (!directory.resolved) {
+        return directory.resolved;
     }
-    ResolvedPath resolved{.path = above->path, .exists = above->exists};
-    resolved.path.append(resolved.path.ends_with('/') ? "" : "/").append(name);
-    if (!resolved.exists) {
+    ResolvedPath resolved{.path = {}, .exists = directory.resolved->exists};
+    const std::string &front = directory.resolved->path;
+    resolved.path.reserve(front.size() + 1 + name.size());
+    resolved.path.append(front == "/" ? std::string_view() : front).append("/").append(name);
+    if (!resolved.exists || isKnownAsNoLink(directory, name)) {
         return resolved;
     }
     std::array<char, 1> target{};
     // From the root, without the "/" that it begins with. The directory has no links in it.
     if (m_device.calls().readLinkAt(m_device.rootDescriptor(), resolved.path.c_str() + 1, target) >= 0) {
-        return m_device.resolveAsFarAsItExists(path);
+        return followLink(front, name, links + 1);
     }
     switch (errno) {
     case EINVAL: // no link
@@ -42,19 +110,57 @@ Result<ResolvedPath> HostPathResolver::resolve(std::string_view path)
         resolved.exists = false;
         return resolved;
     default:
-        // A path too long for one call, a directory that is none: whoever goes step by step can tell.
+        // A directory that is none, a path too long for one call: whoever goes step by step can tell.
         return m_device.resolveAsFarAsItExists(path);
     }
 }
 
-const Result<ResolvedPath> &HostPathResolver::resolveDirectory(std::string_view path)
+// A link in a directory that has none above it. The simple ones, by the directories that are known already.
+Result<ResolvedPath> HostPathResolver::followLink(const std::string &directory, std::string_view name,
+                                                  int links)
+{
+    const std::string front = directory == "/" ? std::string() : directory;
+    const std::string path = fmt::format("{}/{}", front, name);
+    std::array<char, PATH_MAX> buffer{};
+    const ssize_t length = m_device.calls().readLinkAt(m_device.rootDescriptor(), path.c_str() + 1, buffer);
+    if (length <= 0 || links > HostDevice::kMostLinks) {
+        return m_device.resolveAsFarAsItExists(path);
+    }
+    std::string_view target(buffer.data(), static_cast<std::size_t>(length));
+    std::string from;
+    if (target.starts_with('/')) {
+        target.remove_prefix(1);
+    } else {
+        from = front;
+        goUp(from, target);
+    }
+    if (hasOddComponents(target) || from.size() + target.size() + 1 >= PATH_MAX) {
+        return m_device.resolveAsFarAsItExists(path);
+    }
+    return resolve(fmt::format("{}/{}", from, target), links);
+}
+
+HostPathResolver::Directory &HostPathResolver::directoryAt(std::string_view path, int links)
 {
     if (const auto known = m_directories.find(path); known != m_directories.end()) {
-        return known->second;
+        return *known->second;
     }
     // By its last component, as a file would be: the directory above it is known by now, or the next time.
-    Result<ResolvedPath> resolved = path.empty() ? ResolvedPath{.path = "/", .exists = true} : resolve(path);
-    return m_directories.emplace(path, std::move(resolved)).first->second;
+    auto directory = std::make_unique<Directory>(path.empty() ? ResolvedPath{.path = "/", .exists = true}
+                                                              : resolve(path, links));
+    return *m_directories.emplace(path, std::move(directory)).first->second;
+}
+
+bool HostPathResolver::isKnownAsNoLink(Directory &directory, std::string_view name)
+{
+    if (directory.listed == Listed::NotYet && ++directory.timesAsked >= kAskedBeforeListing) {
+        const Result<std::vector<std::string>> links = m_device.linksIn(directory.resolved->path);
+        directory.listed = links ? Listed::Yes : Listed::Refused;
+        if (links) {
+            directory.links.insert(links->begin(), links->end());
+        }
+    }
+    return directory.listed == Listed::Yes && !directory.links.contains(name);
 }
 
 } // namespace slicewise

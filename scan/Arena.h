@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace slicewise {
@@ -17,6 +18,18 @@ public:
     Arena() = default;
     Arena(const Arena &) = delete;
     Arena &operator=(const Arena &) = delete;
+    Arena(Arena &&other) noexcept
+        : m_blocks(std::move(other.m_blocks)),
+          m_size(std::exchange(other.m_size, 0)),
+          m_used(std::exchange(other.m_used, 0))
+    {}
+    Arena &operator=(Arena &&other) noexcept
+    {
+        m_blocks = std::move(other.m_blocks);
+        m_size = std::exchange(other.m_size, 0);
+        m_used = std::exchange(other.m_used, 0);
+        return *this;
+    }
     ~Arena() = default;
 
     /// Room for `count` objects, aligned and not yet constructed. No destructor will be called for them.
@@ -35,7 +48,7 @@ private:
     std::byte *take(std::size_t bytes, std::size_t alignment)
     {
         std::size_t skipped = (alignment - m_used % alignment) % alignment;
-        if (m_used + skipped + bytes > m_size) {
+        if (m_blocks.empty() || m_used + skipped + bytes > m_size) {
             startBlock(bytes);
             skipped = 0;
         }

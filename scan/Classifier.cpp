@@ -1,7 +1,5 @@
 #include "scan/Classifier.h"
 
-#include "scan/LocationClassifier.h"
-
 #include <fmt/format.h>
 
 #include <exception>
@@ -29,26 +27,7 @@ void logNobodyAnswered(Log &log)
     log.line("Failed to get node for (null)!");
 }
 
-Classifier decliner()
-{
-    return {.classify = [](const std::string &) { return std::nullopt; },
-            .classifyDirectory =
-                [](const std::string &) {
-                    return DirectoryAnswer{DirectoryAnswer::Kind::Declines, {}};
-                }};
-}
-
 } // namespace
-
-ClassifierChain makeClassifierChain()
-{
-    ClassifierChain chain(kClassifierCount, decliner());
-    chain[static_cast<std::size_t>(ClassifierIndex::Location)] = {
-        .classify = classifyLocation, .classifyDirectory = classifyLocationOfDirectory};
-    chain[static_cast<std::size_t>(ClassifierIndex::Other)] = {.classify = classifyOther,
-                                                               .classifyDirectory = classifyOtherOfDirectory};
-    return chain;
-}
 
 std::optional<std::string> classifyFile(const ClassifierChain &chain, const std::string &path, Log &log)
 {

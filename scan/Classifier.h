@@ -51,11 +51,6 @@ enum class ClassifierIndex : std::uint8_t {
 };
 inline constexpr std::size_t kClassifierCount = 8;
 
-/// The chain of a scan, in its fixed order: what an installed package owns is reported there wherever it
-/// lies, applications come before the media databases, the location table after every database, and the
-/// last one accepts everything. The first six decline everything until their tables are there.
-[[nodiscard]] ClassifierChain makeClassifierChain();
-
 /// Asks the chain about one file. Logs what a classifier raises, and where none answers "Failed to get node
 /// for (null)!"; the result is then absent.
 [[nodiscard]] std::optional<std::string> classifyFile(const ClassifierChain &chain, const std::string &path,

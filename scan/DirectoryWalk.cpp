@@ -12,6 +12,7 @@ namespace {
 // beyond that it only costs memory.
 constexpr std::size_t kMostEntriesAhead = std::size_t{32} * 1024;
 constexpr std::size_t kMostDirectoriesAhead = 2048;
+constexpr std::size_t kTimesAheadMeanwhile = 6;
 // What is handed out at once. Waking a sleeping thread costs as much as classifying some hundred files.
 constexpr std::size_t kEntriesWorthWaking = 1024;
 constexpr std::size_t kDirectoriesWorthWaking = 64;
@@ -289,7 +290,8 @@ void DirectoryWalk::complete(WalkedDirectory &directory)
 
 bool DirectoryWalk::farEnoughAhead() const
 {
-    return m_aheadEntries >= kMostEntriesAhead || m_aheadDirectories >= kMostDirectoriesAhead;
+    return m_aheadEntries >= m_farAhead * kMostEntriesAhead ||
+           m_aheadDirectories >= m_farAhead * kMostDirectoriesAhead;
 }
 
 bool DirectoryWalk::headCanBeTaken() const
@@ -308,10 +310,21 @@ bool DirectoryWalk::worthWaking() const
 
 // ---- the caller's side
 
+void DirectoryWalk::letReadersRunAhead()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_farAhead = kTimesAheadMeanwhile;
+        m_resting = false;
+    }
+    m_workCame.notify_all();
+}
+
 bool DirectoryWalk::next(std::vector<Part> &parts)
 {
     parts.clear();
     std::unique_lock lock(m_mutex);
+    m_farAhead = 1;
     bool waitedLongEnough = false;
     while (const WalkedDirectory *head = m_order.head()) {
         if (stopped()) {

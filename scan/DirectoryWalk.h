@@ -55,6 +55,10 @@ public:
     DirectoryWalk &operator=(const DirectoryWalk &) = delete;
     ~DirectoryWalk();
 
+    /// Lets the readers go on while the caller has other work to do before its first next(): several times as
+    /// far ahead as otherwise, which costs memory.
+    void letReadersRunAhead();
+
     /// Replaces `parts` by what comes next, waiting for it; false at the end. Always the same thread.
     bool next(std::vector<Part> &parts);
 
@@ -112,6 +116,7 @@ private:
     unsigned m_helpersAtRest = 0;
     unsigned m_callsForHelp = 0;
     bool m_callerWaits = false;
+    std::size_t m_farAhead = 1;     ///< how many times the usual distance the readers may be ahead
     std::size_t m_aheadEntries = 0; ///< read and not handed out
     std::size_t m_aheadDirectories = 0;
 

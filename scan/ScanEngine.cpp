@@ -3,6 +3,7 @@
 #include "platform/SerialQueue.h"
 #include "scan/ChunkPool.h"
 #include "scan/DirectoryWalk.h"
+#include "scan/ScanTables.h"
 #include "scan/TreeInserter.h"
 #include "scan/TreeStorage.h"
 
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -111,7 +113,8 @@ private:
     {
         std::uint64_t inserted = 0;
         std::size_t file = 0;
-        m_inserter.beginDirectory(part.directory, part.category);
+        m_category = part.category;
+        m_inserter.beginDirectory(part.directory, m_category);
         for (const EntryChunk::Entry &entry : part.chunk->entries()) {
             if (entry.type != EntryType::RegularFile) {
                 continue;
@@ -132,7 +135,16 @@ private:
                      std::string_view name, std::uint64_t sizeBytes)
     {
         try {
-            m_inserter.addElsewhere(categoryPath, name, sizeBytes);
+            if (const auto category = categoryAbove(categoryPath, name)) {
+                // Most files of a package lie in directories that hold nothing else.
+                if (*category != m_category) {
+                    m_category = *category;
+                    m_inserter.beginDirectory(part.directory, m_category);
+                }
+                m_inserter.addHere(name, sizeBytes);
+            } else {
+                m_inserter.addElsewhere(categoryPath, name, sizeBytes);
+            }
             return true;
         } catch (const std::exception &exception) {
             m_log.line(
@@ -141,7 +153,21 @@ private:
         }
     }
 
+    // What stands before "/" and the name; absent where the path ends otherwise.
+    static std::optional<std::string_view> categoryAbove(const std::optional<std::string> &categoryPath,
+                                                         std::string_view name)
+    {
+        if (!categoryPath || !categoryPath->ends_with(name)) {
+            return std::nullopt;
+        }
+        const std::string_view front =
+            std::string_view(*categoryPath).substr(0, categoryPath->size() - name.size());
+        return front.size() > 1 && front.ends_with('/') ? std::optional(front.substr(0, front.size() - 1))
+                                                        : std::nullopt;
+    }
+
     TreeInserter m_inserter;
+    std::string m_category; ///< that of the directory which has been begun
     ChunkPool &m_pool;
     Log &m_log;
     std::uint64_t m_files = 0;
@@ -159,8 +185,6 @@ unsigned readersOfThisMachine()
 ScanReport scanFileSystem(const Device &device, const std::string &rootPath, SZANode &root, Log &log,
                           const ScanOptions &options)
 {
-    const ClassifierChain ownChain = options.chain == nullptr ? makeClassifierChain() : ClassifierChain();
-    PartClassifier classifier(options.chain == nullptr ? ownChain : *options.chain, log);
     ScanMonitor ownMonitor;
     ScanMonitor &monitor = options.monitor != nullptr ? *options.monitor : ownMonitor;
 
@@ -175,6 +199,15 @@ ScanReport scanFileSystem(const Device &device, const std::string &rootPath, SZA
                                            ? readersOfThisMachine()
                                            : options.readers,
                             .stop = &monitor.stopFlag()});
+        // The readers have begun by now, and go on as far ahead as they may while the tables are loaded.
+        std::optional<ScanTables> tables;
+        ClassifierChain ownChain;
+        if (options.chain == nullptr) {
+            walk.letReadersRunAhead();
+            tables.emplace(device, log, &monitor.stopFlag());
+            ownChain = makeClassifierChain(*tables);
+        }
+        PartClassifier classifier(options.chain == nullptr ? ownChain : *options.chain, log);
         std::vector<DirectoryWalk::Part> parts;
         std::uint64_t directoriesTold = 0;
         const auto send = [&] {

@@ -1,9 +1,10 @@
 // Walks a whole file system and builds the tree of categories.
 //
-// One blocking call: the caller's thread walks and classifies, a pool of readers works ahead of it, and the
-// serial queue "node creator" alone changes the tree, in walk order. The result does not depend on timing:
-// it is that of a loop which takes the directory found last, lists it in the file system's order, classifies
-// and inserts each regular file and notes each subdirectory. Symbolic links are never followed nor counted;
+// One blocking call: the caller's thread loads the tables, walks and classifies, a pool of readers works
+// ahead of it, and the serial queue "node creator" alone changes the tree, in walk order. The result does not
+// depend on timing: it is that of a loop which takes the directory found last, lists it in the file system's
+// order, classifies and inserts each regular file and notes each subdirectory. Symbolic links are never
+// followed nor counted;
 // "/.file" is left out.
 #pragma once
 
@@ -21,7 +22,7 @@ namespace slicewise {
 
 struct ScanOptions {
     FileSystemScope scope = FileSystemScope::AllLocal;
-    const ClassifierChain *chain = nullptr; ///< null: makeClassifierChain()
+    const ClassifierChain *chain = nullptr; ///< null: that of a scan, with tables loaded for it
     ScanMonitor *monitor = nullptr;         ///< null: nobody watches
     unsigned readers = kReadersByMachine;
 

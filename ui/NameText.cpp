@@ -99,16 +99,6 @@ std::size_t columnsOf(const Character &character)
 
 } // namespace
 
-bool isUtf8(std::string_view bytes)
-{
-    while (!bytes.empty()) {
-        if (takeCharacter(bytes).codePoint < 0) {
-            return false;
-        }
-    }
-    return true;
-}
-
 std::string utf8Text(std::string_view bytes)
 {
     std::string text;

@@ -9,9 +9,6 @@
 
 namespace slicewise {
 
-/// Whether the bytes are UTF-8.
-[[nodiscard]] bool isUtf8(std::string_view bytes);
-
 /// Valid UTF-8: each byte that is not part of any becomes U+FFFD. Everything else stays, control characters
 /// too: for formats that have their own way to write them.
 [[nodiscard]] std::string utf8Text(std::string_view bytes);

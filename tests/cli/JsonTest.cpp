@@ -1,3 +1,4 @@
+#include "scan/Utf8.h"
 #include "tests/cli/CliFixture.h"
 #include "ui/NameText.h"
 

@@ -1,5 +1,6 @@
 // Names as text: whatever the bytes, what is shown is harmless and what is typed from its spelling means it.
 
+#include "scan/Utf8.h"
 #include "ui/NameText.h"
 
 #include <cstddef>

@@ -1,5 +1,7 @@
 #include "ui/NameText.h"
 
+#include "scan/Utf8.h"
+
 #include <gtest/gtest.h>
 
 #include <array>

@@ -1,0 +1,352 @@
+#include "scan/PackageIndex.h"
+
+#include "scan/Utf8.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+#include <exception>
+#include <memory>
+#include <span>
+#include <utility>
+
+namespace slicewise {
+
+namespace {
+
+constexpr const char *kTool = "dpkg";
+
+// What one call is asked for at most. An argument vector may be 128 KiB on the smallest systems, and what is
+// held back until a call has ended well should stay small.
+constexpr std::size_t kMostPackagesAtOnce = 256;
+constexpr std::size_t kMostNameBytesAtOnce = std::size_t{32} * 1024;
+constexpr std::size_t kMostBytesHeldBack = std::size_t{16} << 20U;
+// Into how many calls one is divided whose answer can't be used.
+constexpr std::size_t kPartsOfFailedCall = 8;
+// No package tool lists more; a listing that does is garbage.
+constexpr std::size_t kMostPackages = 200'000;
+constexpr std::size_t kMostListingBytes = std::size_t{32} << 20U;
+
+struct ListedPackage {
+    std::string name;
+    std::string line; ///< of the list, for the log
+};
+
+struct Split {
+    std::string_view directory;
+    std::string_view name;
+};
+Split split(std::string_view path)
+{
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string_view::npos
+               ? Split{.directory = {}, .name = path}
+               : Split{.directory = path.substr(0, slash), .name = path.substr(slash + 1)};
+}
+
+/// What one line of a file list comes to.
+struct Entry {
+    std::size_t package = 0; ///< index among those of the call
+    std::string path;        ///< resolved; empty where `log` has something to say
+    std::string log;
+};
+
+class IndexLoader {
+public:
+    IndexLoader(const Device &device, Log &log, const PackageTool &tool)
+        : m_log(log), m_tool(tool), m_resolver(device.makeResolver())
+    {
+        const Result<std::string> root = device.hostPath("/");
+        if (!root) {
+            return; // it is on no host, so no program can look into it
+        }
+        if (*root == "/") {
+            m_front = {kTool};
+            return;
+        }
+        // The resolved path: below a root that is not its own the tool would follow the device's absolute
+        // links on the host, and see no packages, or somebody else's.
+        if (const Result<std::string> database = device.hostPath("/var/lib/dpkg")) {
+            m_front = {kTool, "--admindir=" + *database};
+        }
+    }
+
+    PackageIndex load()
+    {
+        if (!m_front.empty()) {
+            const std::vector<ListedPackage> packages = listPackages();
+            std::span<const ListedPackage> rest = packages;
+            while (!rest.empty() && !m_ended) {
+                const std::size_t count = howManyAtOnce(rest);
+                listFilesOf(rest.first(count));
+                rest = rest.subspan(count);
+            }
+        }
+        return std::move(m_index);
+    }
+
+private:
+    [[nodiscard]] ArgumentVector argumentsFor(const char *action) const
+    {
+        ArgumentVector arguments = m_front;
+        arguments.emplace_back(action);
+        return arguments;
+    }
+
+    std::vector<ListedPackage> listPackages()
+    {
+        std::vector<ListedPackage> packages;
+        package_listing::PackageLines lines;
+        std::size_t bytes = 0;
+        m_tool(argumentsFor("-l"), [&](std::string_view line) {
+            bytes += line.size();
+            if (std::optional<std::string> name = lines.nameIn(line)) {
+                packages.push_back({.name = std::move(*name), .line = std::string(line)});
+            }
+            return packages.size() < kMostPackages && bytes < kMostListingBytes;
+        });
+        return packages;
+    }
+
+    static std::size_t howManyAtOnce(std::span<const ListedPackage> packages)
+    {
+        std::size_t count = 0;
+        std::size_t bytes = 0;
+        while (count < std::min(packages.size(), kMostPackagesAtOnce) && bytes < kMostNameBytesAtOnce) {
+            bytes += packages[count].name.size() + 1;
+            ++count;
+        }
+        return count;
+    }
+
+    void listFilesOf(std::span<const ListedPackage> packages)
+    {
+        if (packages.size() == 1) {
+            // Entered as they come, however many they are and however it ends.
+            const LinesEnd end = run(packages, [&](std::string_view line) {
+                enter(packages, entryFor(packages, 0, line));
+                return true;
+            });
+            m_ended = !end.complete;
+            return;
+        }
+        if (listTogether(packages) || m_ended) {
+            return;
+        }
+        const std::size_t part = (packages.size() + kPartsOfFailedCall - 1) / kPartsOfFailedCall;
+        while (!packages.empty() && !m_ended) {
+            const std::size_t count = std::min(part, packages.size());
+            listFilesOf(packages.first(count));
+            packages = packages.subspan(count);
+        }
+    }
+
+    // The lists of several packages come with an empty line between them. True where they could be told
+    // apart.
+    bool listTogether(std::span<const ListedPackage> packages)
+    {
+        std::vector<Entry> entries;
+        std::size_t bytes = 0;
+        std::size_t at = 0;
+        bool left = false;
+        const LinesEnd end = run(packages, [&](std::string_view line) {
+            if (line.empty()) {
+                ++at;
+            } else {
+                entries.push_back(entryFor(packages, at, line));
+                bytes += sizeof(Entry) + entries.back().path.size() + entries.back().log.size();
+            }
+            left = at == packages.size() || bytes >= kMostBytesHeldBack;
+            return !left;
+        });
+        m_ended = !end.complete && !left;
+        if (!end.complete || end.waitStatus != 0 || at + 1 != packages.size()) {
+            return false;
+        }
+        for (const Entry &entry : entries) {
+            enter(packages, entry);
+        }
+        return true;
+    }
+
+    LinesEnd run(std::span<const ListedPackage> packages, const std::function<bool(std::string_view)> &line)
+    {
+        ArgumentVector arguments = argumentsFor("-L");
+        for (const ListedPackage &package : packages) {
+            arguments.push_back(package.name);
+        }
+        return m_tool(arguments, line);
+    }
+
+    Entry entryFor(std::span<const ListedPackage> packages, std::size_t package, std::string_view line)
+    {
+        Entry entry{.package = package, .path = {}, .log = {}};
+        Result<std::string> resolved = m_resolver->resolve(line);
+        if (!resolved) {
+            entry.log = fmt::format("Failed resolving {}", line);
+        } else if (!isUtf8(*resolved) || !isUtf8(packages[package].name)) {
+            entry.log = fmt::format("Exception while parsing dpkg. ({}, {})", packages[package].line, line);
+        } else {
+            entry.path = std::move(resolved).value();
+        }
+        return entry;
+    }
+
+    void enter(std::span<const ListedPackage> packages, const Entry &entry)
+    {
+        if (!entry.log.empty()) {
+            m_log.line(entry.log);
+        } else if (!entry.path.empty()) {
+            m_index.assign(entry.path, packages[entry.package].name);
+        }
+    }
+
+    Log &m_log;
+    const PackageTool &m_tool;
+    std::unique_ptr<PathResolver> m_resolver;
+    ArgumentVector
+        m_front;          ///< the tool and what comes before its action; empty where there is nothing to ask
+    bool m_ended = false; ///< stopped, or the tool has stalled and would again
+    PackageIndex m_index;
+};
+
+} // namespace
+
+// ---- the index
+
+std::string_view PackageIndex::keep(std::string_view text)
+{
+    auto *bytes = m_texts.allocate<char>(text.size());
+    std::copy(text.begin(), text.end(), bytes);
+    return {bytes, text.size()};
+}
+
+std::uint32_t PackageIndex::numberOf(std::string_view package)
+{
+    if (!m_packages.empty() && m_packages.back() == package) {
+        return static_cast<std::uint32_t>(m_packages.size() - 1);
+    }
+    if (const auto known = m_numbers.find(package); known != m_numbers.end()) {
+        return known->second;
+    }
+    const auto number = static_cast<std::uint32_t>(m_packages.size());
+    m_packages.push_back(keep(package));
+    m_numbers.emplace(m_packages.back(), number);
+    return number;
+}
+
+void PackageIndex::assign(std::string_view path, std::string_view package)
+{
+    const auto [directory, name] = split(path);
+    auto names = m_directories.find(directory);
+    if (names == m_directories.end()) {
+        names = m_directories.emplace(keep(directory), Names()).first;
+    }
+    const std::uint32_t number = numberOf(package);
+    if (const auto known = names->second.find(name); known != names->second.end()) {
+        known->second = number;
+    } else {
+        names->second.emplace(keep(name), number);
+    }
+}
+
+std::optional<std::string_view> PackageIndex::packageOf(std::string_view path) const
+{
+    const auto [directory, name] = split(path);
+    const auto names = m_directories.find(directory);
+    if (names == m_directories.end()) {
+        return std::nullopt;
+    }
+    const auto found = names->second.find(name);
+    return found == names->second.end() ? std::nullopt : std::optional(m_packages[found->second]);
+}
+
+bool PackageIndex::hasAnyIn(std::string_view directory) const
+{
+    return m_directories.contains(directory == "/" ? std::string_view() : directory);
+}
+
+std::size_t PackageIndex::pathCount() const
+{
+    std::size_t count = 0;
+    for (const auto &[directory, names] : m_directories) {
+        count += names.size();
+    }
+    return count;
+}
+
+void PackageIndex::forEach(
+    const std::function<void(const std::string &path, std::string_view package)> &visit) const
+{
+    for (const auto &[directory, names] : m_directories) {
+        for (const auto &[name, number] : names) {
+            visit(fmt::format("{}/{}", directory, name), m_packages[number]);
+        }
+    }
+}
+
+// ---- loading it
+
+PackageTool packageToolOnPath(const std::atomic<bool> *stop)
+{
+    return [stop](const ArgumentVector &arguments, const std::function<bool(std::string_view)> &line) {
+        LineLimits limits;
+        limits.stop = stop;
+        return forEachOutputLine(arguments.front(), arguments, line, limits);
+    };
+}
+
+PackageIndex loadPackageIndex(const Device &device, Log &log, const PackageTool &tool)
+{
+    return IndexLoader(device, log, tool).load();
+}
+
+namespace package_listing {
+
+std::optional<std::string> PackageLines::nameIn(std::string_view line)
+{
+    if (m_inHead) {
+        m_inHead = !line.starts_with('+');
+        return std::nullopt;
+    }
+    // The third of the fields between single spaces: two spaces follow the letters of the state.
+    for (int field = 0; field < 2; ++field) {
+        const std::size_t space = line.find(' ');
+        if (space == std::string_view::npos) {
+            return std::nullopt;
+        }
+        line.remove_prefix(space + 1);
+    }
+    const std::string_view name = line.substr(0, line.find(' '));
+    // A package's name begins with a letter or a digit; with "-" it would be taken for an option.
+    if (name.empty() || std::isalnum(static_cast<unsigned char>(name.front())) == 0) {
+        return std::nullopt;
+    }
+    return std::string(name);
+}
+
+} // namespace package_listing
+
+// ---- the classifier
+
+std::optional<std::string> classifyPackage(const PackageIndex &packageIndex, const std::string &path)
+{
+    const std::optional<std::string_view> package = packageIndex.packageOf(path);
+    if (!package) {
+        return std::nullopt;
+    }
+    constexpr std::string_view kFront = "Cydia Packages/";
+    std::string category;
+    category.reserve(kFront.size() + package->size() + path.size());
+    return category.append(kFront).append(*package).append(path);
+}
+
+DirectoryAnswer classifyPackageOfDirectory(const PackageIndex &packageIndex, const std::string &directory)
+{
+    const auto kind =
+        packageIndex.hasAnyIn(directory) ? DirectoryAnswer::Kind::AskByFile : DirectoryAnswer::Kind::Declines;
+    return {.kind = kind, .category = {}};
+}
+
+} // namespace slicewise
