@@ -28,11 +28,7 @@ public:
             Result<std::string> found = m_device.resolve(existing);
             if (found) {
                 std::string text = std::move(found).value();
-                std::string_view rest = path.substr(existing.size());
-                rest.remove_prefix(std::min(rest.find_first_not_of('/'), rest.size()));
-                if (!rest.empty()) {
-                    text.append(text.ends_with('/') ? "" : "/").append(rest);
-                }
+                appendComponents(text, path.substr(existing.size()));
                 return text;
             }
             if (found.error() != ENOENT || existing.empty()) {
@@ -48,6 +44,17 @@ private:
 };
 
 } // namespace
+
+void appendComponents(std::string &path, std::string_view rest)
+{
+    while (!rest.empty()) {
+        const std::string_view component = rest.substr(0, rest.find('/'));
+        if (!component.empty()) {
+            path.append(path.ends_with('/') ? "" : "/").append(component);
+        }
+        rest.remove_prefix(std::min(component.size() + 1, rest.size()));
+    }
+}
 
 Result<std::unique_ptr<ReadableFile>> Device::openFile(std::string_view /*path*/) const
 {

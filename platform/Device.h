@@ -113,8 +113,10 @@ public:
     virtual ~PathResolver() = default;
 
     /// As Device::resolve(), a missing component being no failure: without links, "." and ".." as far as the
-    /// path exists, the rest of it as it was. One that does not begin with "/" is taken as from the root;
-    /// nothing stays nothing. ENAMETOOLONG from PATH_MAX on.
+    /// path exists. The rest is as it was given, a link that leads to nothing included; only of several
+    /// slashes, and of those at the end, none is left over. A path that does not begin with "/" is taken as
+    /// from the root; nothing stays nothing. ENAMETOOLONG for PATH_MAX bytes and more: what a package
+    /// database says is never so long, and each directory of it would be kept.
     virtual Result<std::string> resolve(std::string_view path) = 0;
 };
 
@@ -156,6 +158,9 @@ public:
 
     [[nodiscard]] virtual std::unique_ptr<PathResolver> makeResolver() const;
 };
+
+/// Puts the components of a relative path behind a path, as they are.
+void appendComponents(std::string &path, std::string_view rest);
 
 /// The whole content of a file; EFBIG where there is more than `mostBytes`, whatever the file system said of
 /// its size.

@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
@@ -203,10 +204,14 @@ Result<UniqueFd> HostDevice::openOneByOne(std::string_view relativePath, int sta
     return current;
 }
 
-Result<HostDevice::Resolved> HostDevice::follow(std::string_view path, std::string *asFarAsItExists) const
+Result<HostDevice::Resolved> HostDevice::follow(std::string_view path, ResolvedPath *asFarAsItExists) const
 {
     Resolved at{.path = "", .parent = UniqueFd(), .component = "."};
     std::string rest(withoutSlashes(path));
+    // Of the path as it was given: what is left of it behind the link that is being followed, which itself is
+    // in `beforeLink`. What a link says is no part of it.
+    std::size_t given = rest.size();
+    std::string beforeLink;
     // Whether the text ended in "/", which asks for a directory, is not kept: nothing that calls this does.
     int links = 0;
     const auto reopen = [this](const std::string &directory) {
@@ -232,12 +237,15 @@ Result<HostDevice::Resolved> HostDevice::follow(std::string_view path, std::stri
             at.parent.reset();
             continue;
         }
+        const bool isGiven = left.size() < given;
         struct stat raw = {};
         if (m_calls->statAt(current->get(), component.c_str(), &raw, AT_SYMLINK_NOFOLLOW) != 0) {
             const int error = errno;
             if (error == ENOENT && asFarAsItExists != nullptr) {
-                *asFarAsItExists = at.path + "/" + component;
-                asFarAsItExists->append(left.empty() ? "" : "/").append(left);
+                *asFarAsItExists = {.path = isGiven ? at.path : beforeLink, .exists = false};
+                appendComponents(asFarAsItExists->path, isGiven ? component : "");
+                appendComponents(asFarAsItExists->path,
+                                 left.substr(left.size() - std::min(given, left.size())));
             }
             return ErrorNumber{error};
         }
@@ -249,6 +257,10 @@ Result<HostDevice::Resolved> HostDevice::follow(std::string_view path, std::stri
             const ssize_t length = m_calls->readLinkAt(current->get(), component.c_str(), target);
             if (length <= 0) {
                 return ErrorNumber{length == 0 ? ENOENT : errno};
+            }
+            if (isGiven) {
+                given = left.size();
+                beforeLink = at.path + "/" + component;
             }
             std::string next(target.data(), static_cast<std::size_t>(length));
             if (next.front() == '/') {
@@ -318,13 +330,13 @@ Result<std::string> HostDevice::resolve(std::string_view path) const
 
 Result<ResolvedPath> HostDevice::resolveAsFarAsItExists(std::string_view path) const
 {
-    std::string asFarAsItExists;
+    ResolvedPath asFarAsItExists;
     Result<Resolved> found = follow(path, &asFarAsItExists);
     if (found) {
         return ResolvedPath{.path = std::move(found->path), .exists = true};
     }
-    if (found.error() == ENOENT && !asFarAsItExists.empty()) {
-        return ResolvedPath{.path = std::move(asFarAsItExists), .exists = false};
+    if (found.error() == ENOENT && !asFarAsItExists.exists) {
+        return asFarAsItExists;
     }
     return ErrorNumber{found.error()};
 }
@@ -408,17 +420,17 @@ Result<std::vector<std::string>> HostDevice::entryNames(std::string_view path) c
     if (found->component != ".") {
         return ErrorNumber{ENOTDIR};
     }
-    const int opened = m_calls->openAt(found->parent.get(), ".", kOpenDirectory);
-    if (opened < 0) {
-        return ErrorNumber{errno};
+    // Not as "." in itself, which may be closed to us where listing is not.
+    Result<UniqueFd> directory = openDirectory(found->path, m_root.get(), OpenFor::Reading);
+    if (!directory) {
+        return ErrorNumber{directory.error()};
     }
     const auto close = [](DIR *stream) { ::closedir(stream); };
-    const std::unique_ptr<DIR, decltype(close)> stream(::fdopendir(opened), close);
+    const std::unique_ptr<DIR, decltype(close)> stream(::fdopendir(directory->get()), close);
     if (!stream) {
-        const int error = errno;
-        UniqueFd(opened).reset();
-        return ErrorNumber{error};
+        return ErrorNumber{errno};
     }
+    static_cast<void>(directory->release());
     std::vector<std::string> names;
     while (true) {
         errno = 0;

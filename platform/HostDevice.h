@@ -21,7 +21,7 @@ namespace slicewise {
 
 /// Where a path leads to, whether or not all of it exists.
 struct ResolvedPath {
-    std::string path;   ///< without links, "." and ".." as far as it exists; the rest of it as it was
+    std::string path;   ///< see PathResolver
     bool exists = true; ///< false: a component is missing
 };
 
@@ -70,7 +70,7 @@ private:
     HostDevice(UniqueFd root, std::string canonicalRoot, const SystemCalls *calls);
     /// Where a component is missing, `asFarAsItExists` becomes the path so far with the rest behind it.
     [[nodiscard]] Result<Resolved> follow(std::string_view path,
-                                          std::string *asFarAsItExists = nullptr) const;
+                                          ResolvedPath *asFarAsItExists = nullptr) const;
     [[nodiscard]] Result<UniqueFd> openOneByOne(std::string_view relativePath, int start,
                                                 OpenFor purpose) const;
     void readMountTable();

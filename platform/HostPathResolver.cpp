@@ -84,7 +84,8 @@ Result<std::string> HostPathResolver::resolve(std::string_view path)
 Result<ResolvedPath> HostPathResolver::resolve(std::string_view path, int links)
 {
     const auto [above, name] = split(path);
-    if (!isPlainName(name) || std::count(path.begin(), path.end(), '/') > kMostLevels) {
+    if (!isPlainName(name) || name.size() > NAME_MAX ||
+        std::count(path.begin(), path.end(), '/') > kMostLevels) {
         return m_device.resolveAsFarAsItExists(path);
     }
     Directory &directory = directoryAt(above, links);
@@ -95,7 +96,8 @@ Result<ResolvedPath> HostPathResolver::resolve(std::string_view path, int links)
     const std::string &front = directory.resolved->path;
     resolved.path.reserve(front.size() + 1 + name.size());
     resolved.path.append(front == "/" ? std::string_view() : front).append("/").append(name);
-    if (!resolved.exists || isKnownAsNoLink(directory, name)) {
+    // Where a link leads it matters whether there is something.
+    if (!resolved.exists || (links == 0 && isKnownAsNoLink(directory, name))) {
         return resolved;
     }
     std::array<char, 1> target{};
@@ -137,7 +139,11 @@ Result<ResolvedPath> HostPathResolver::followLink(const std::string &directory, 
     if (hasOddComponents(target) || from.size() + target.size() + 1 >= PATH_MAX) {
         return m_device.resolveAsFarAsItExists(path);
     }
-    return resolve(fmt::format("{}/{}", from, target), links);
+    Result<ResolvedPath> resolved = resolve(fmt::format("{}/{}", from, target), links);
+    if (resolved && !resolved->exists) {
+        return ResolvedPath{.path = path, .exists = false};
+    }
+    return resolved;
 }
 
 HostPathResolver::Directory &HostPathResolver::directoryAt(std::string_view path, int links)
@@ -146,8 +152,10 @@ HostPathResolver::Directory &HostPathResolver::directoryAt(std::string_view path
         return *known->second;
     }
     // By its last component, as a file would be: the directory above it is known by now, or the next time.
-    auto directory = std::make_unique<Directory>(path.empty() ? ResolvedPath{.path = "/", .exists = true}
-                                                              : resolve(path, links));
+    auto directory = std::make_unique<Directory>();
+    if (!path.empty()) {
+        directory->resolved = resolve(path, links);
+    }
     return *m_directories.emplace(path, std::move(directory)).first->second;
 }
 

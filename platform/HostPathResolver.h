@@ -22,8 +22,7 @@ public:
 private:
     enum class Listed : std::uint8_t { NotYet, Yes, Refused };
     struct Directory {
-        explicit Directory(Result<ResolvedPath> where) : resolved(std::move(where)) {}
-        Result<ResolvedPath> resolved;
+        Result<ResolvedPath> resolved = ResolvedPath{.path = "/", .exists = true};
         unsigned timesAsked = 0;
         Listed listed = Listed::NotYet;
         TextSet links; ///< names of what may be links; where it is listed

@@ -1,11 +1,11 @@
 #include "scan/PackageIndex.h"
 
+#include "platform/TextMap.h"
 #include "scan/Utf8.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
 #include <exception>
 #include <memory>
 #include <span>
@@ -27,6 +27,10 @@ constexpr std::size_t kPartsOfFailedCall = 8;
 // No package tool lists more; a listing that does is garbage.
 constexpr std::size_t kMostPackages = 200'000;
 constexpr std::size_t kMostListingBytes = std::size_t{32} << 20U;
+// What all file lists together may come to, each line with what remembering it costs; ten times what a
+// machine full of packages has. A tool that never stops writing must not fill the memory.
+constexpr std::size_t kMostFileListBytes = std::size_t{512} << 20U;
+constexpr std::size_t kBytesToRememberALine = 64;
 
 struct ListedPackage {
     std::string name;
@@ -51,6 +55,13 @@ struct Entry {
     std::string path;        ///< resolved; empty where `log` has something to say
     std::string log;
 };
+
+// The tool's messages come in one stream with its lists, but not in step with them: in the middle of a line,
+// or in the list of another package.
+bool isWarning(std::string_view line)
+{
+    return line.find(": warning: ") != std::string_view::npos;
+}
 
 class IndexLoader {
 public:
@@ -99,13 +110,18 @@ private:
         std::vector<ListedPackage> packages;
         package_listing::PackageLines lines;
         std::size_t bytes = 0;
-        m_tool(argumentsFor("-l"), [&](std::string_view line) {
+        bool garbage = false;
+        const LinesEnd end = m_tool(argumentsFor("-l"), [&](std::string_view line) {
             bytes += line.size();
             if (std::optional<std::string> name = lines.nameIn(line)) {
                 packages.push_back({.name = std::move(*name), .line = std::string(line)});
+            } else if (isWarning(line)) {
+                m_usualWarnings.emplace(line);
             }
-            return packages.size() < kMostPackages && bytes < kMostListingBytes;
+            garbage = packages.size() > kMostPackages || bytes > kMostListingBytes;
+            return !garbage;
         });
+        m_ended = garbage || !end.complete;
         return packages;
     }
 
@@ -128,7 +144,7 @@ private:
                 enter(packages, entryFor(packages, 0, line));
                 return true;
             });
-            m_ended = !end.complete;
+            m_ended = m_ended || !end.complete;
             return;
         }
         if (listTogether(packages) || m_ended) {
@@ -150,18 +166,30 @@ private:
         std::size_t bytes = 0;
         std::size_t at = 0;
         bool left = false;
+        const auto note = [&](std::string_view line) {
+            entries.push_back(entryFor(packages, at, line));
+            bytes += sizeof(Entry) + entries.back().path.size() + entries.back().log.size();
+        };
+        // A warning that comes with every call, for instance about the whole database, comes once for all
+        // packages of this one, in front. Alone, each of them would have it.
+        std::vector<std::string> inFront;
+        bool isInFront = true;
         const LinesEnd end = run(packages, [&](std::string_view line) {
-            if (line.empty()) {
-                ++at;
-            } else {
-                entries.push_back(entryFor(packages, at, line));
-                bytes += sizeof(Entry) + entries.back().path.size() + entries.back().log.size();
+            const bool warning = isWarning(line);
+            isInFront = isInFront && warning && m_usualWarnings.contains(line);
+            if (isInFront) {
+                inFront.emplace_back(line);
             }
-            left = at == packages.size() || bytes >= kMostBytesHeldBack;
+            if (line.empty() && ++at < packages.size()) {
+                std::for_each(inFront.begin(), inFront.end(), note);
+            } else if (!line.empty()) {
+                note(line);
+            }
+            left = at == packages.size() || bytes >= kMostBytesHeldBack || (warning && !isInFront);
             return !left;
         });
-        m_ended = !end.complete && !left;
-        if (!end.complete || end.waitStatus != 0 || at + 1 != packages.size()) {
+        m_ended = m_ended || (!end.complete && !left);
+        if (left || !end.complete || end.waitStatus != 0 || at + 1 != packages.size()) {
             return false;
         }
         for (const Entry &entry : entries) {
@@ -176,7 +204,11 @@ private:
         for (const ListedPackage &package : packages) {
             arguments.push_back(package.name);
         }
-        return m_tool(arguments, line);
+        return m_tool(arguments, [&](std::string_view text) {
+            m_fileListBytes += text.size() + kBytesToRememberALine;
+            m_ended = m_fileListBytes > kMostFileListBytes;
+            return !m_ended && line(text);
+        });
     }
 
     Entry entryFor(std::span<const ListedPackage> packages, std::size_t package, std::string_view line)
@@ -207,7 +239,9 @@ private:
     std::unique_ptr<PathResolver> m_resolver;
     ArgumentVector
         m_front;          ///< the tool and what comes before its action; empty where there is nothing to ask
-    bool m_ended = false; ///< stopped, or the tool has stalled and would again
+    bool m_ended = false; ///< stopped, or the tool has stalled and would again, or writes without end
+    TextSet m_usualWarnings; ///< that came with the list of packages
+    std::size_t m_fileListBytes = 0;
     PackageIndex m_index;
 };
 
@@ -319,8 +353,8 @@ std::optional<std::string> PackageLines::nameIn(std::string_view line)
         line.remove_prefix(space + 1);
     }
     const std::string_view name = line.substr(0, line.find(' '));
-    // A package's name begins with a letter or a digit; with "-" it would be taken for an option.
-    if (name.empty() || std::isalnum(static_cast<unsigned char>(name.front())) == 0) {
+    // With "-" it would be taken for an option.
+    if (name.empty() || name.starts_with('-')) {
         return std::nullopt;
     }
     return std::string(name);

@@ -6,10 +6,9 @@
 #include "platform/CommandRunner.h"
 #include "platform/Device.h"
 #include "platform/Log.h"
+#include "platform/TextMap.h"
 #include "scan/Arena.h"
 #include "scan/Classifier.h"
-
-#include <absl/container/flat_hash_map.h>
 
 #include <atomic>
 #include <cstddef>
@@ -39,15 +38,15 @@ public:
 private:
     // By directory, since neighbours share theirs and a walk asks once for all files of a directory. Names
     // lie in m_texts.
-    using Names = absl::flat_hash_map<std::string_view, std::uint32_t>;
+    using Names = TextViewMap<std::uint32_t>;
 
     std::string_view keep(std::string_view text);
     [[nodiscard]] std::uint32_t numberOf(std::string_view package);
 
     Arena m_texts;
     std::vector<std::string_view> m_packages;
-    absl::flat_hash_map<std::string_view, std::uint32_t> m_numbers; ///< of the packages
-    absl::flat_hash_map<std::string_view, Names> m_directories;     ///< "/usr/bin"; empty for the root
+    TextViewMap<std::uint32_t> m_numbers; ///< of the packages
+    TextViewMap<Names> m_directories;     ///< "/usr/bin"; empty for the root
 };
 
 /// Runs the package tool with the arguments, element 0 its name, and hands out its lines as
@@ -64,10 +63,10 @@ using PackageTool = std::function<LinesEnd(const ArgumentVector &arguments,
 /// %s") or is no text ("Exception while parsing dpkg. (%s, %s)": the package's line and the file's) and
 /// leaves it out.
 ///
-/// A tool that stalls, or is stopped, is asked nothing
-/// more. Where the device is not the whole host, the tool is pointed at the device's own database; where it
-/// has none, or there is no tool, the index is empty. Many packages are asked for at once, as one process for
-/// each would cost seconds; where the answer can't be told apart, fewer at once, in the end one by one.
+/// A tool that stalls, is stopped or lists more than there can be is asked nothing more. Where the device is
+/// not the whole host, the tool is pointed at the device's own database; where it has none, or there is no
+/// tool, the index is empty. Many packages are asked for at once, as one process for each would cost seconds;
+/// where the answer can't be told apart, fewer at once, in the end one by one.
 [[nodiscard]] PackageIndex loadPackageIndex(const Device &device, Log &log, const PackageTool &tool);
 
 /// "Cydia Packages/", the package and the path, for a file that a package has.

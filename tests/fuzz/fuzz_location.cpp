@@ -2,6 +2,8 @@
 #include "scan/Classifier.h"
 #include "scan/LocationClassifier.h"
 #include "tests/fuzz/Require.h"
+#include "tests/support/ChainOfScan.h"
+#include "tests/support/MemoryDevice.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -113,7 +115,9 @@ void sortPath(const std::string &path, Log &log)
     require(byDirectory(classifyOtherOfDirectory(directory), name, classifyOther(path)) ==
                 classifyOther(path),
             "the last classifier says the same of a directory as of its files");
-    static const ClassifierChain chain = makeClassifierChain();
+    static const MemoryDevice device;
+    static const ChainOfScan own(device);
+    const ClassifierChain &chain = own.chain();
     require(classifyFileByPlan(chain, planDirectory(chain, directory), path, name, log) ==
                 classifyFile(chain, path, log),
             "a directory's plan gives what asking the chain for the file gives");

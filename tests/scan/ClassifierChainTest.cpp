@@ -1,9 +1,12 @@
 // The order in which classifiers are asked, what happens when one raises or all decline, and answers for
 // whole directories.
 #include "scan/Classifier.h"
+#include "scan/ScanTables.h"
+#include "tests/scan/PropertyListText.h"
 #include "tests/scan/RandomChain.h"
 #include "tests/scan/Scanned.h"
 #include "tests/scan/TestSize.h"
+#include "tests/support/ChainOfScan.h"
 #include "tests/support/MemoryDevice.h"
 #include "tests/support/TreeText.h"
 
@@ -67,7 +70,8 @@ protected:
 
 TEST(ScanChain, hasItsEightPlacesInTheFixedOrder)
 {
-    EXPECT_EQ(makeClassifierChain().size(), kClassifierCount);
+    const MemoryDevice device;
+    EXPECT_EQ(ChainOfScan(device).chain().size(), kClassifierCount);
     EXPECT_EQ(kClassifierCount, 8U);
     EXPECT_EQ(static_cast<int>(ClassifierIndex::Package), 0);
     EXPECT_EQ(static_cast<int>(ClassifierIndex::ContainerApp), 1);
@@ -79,9 +83,57 @@ TEST(ScanChain, hasItsEightPlacesInTheFixedOrder)
     EXPECT_EQ(static_cast<int>(ClassifierIndex::Other), 7);
 }
 
+TEST(ScanChain, asksEachTableInItsPlaceAndNowhereElse)
+{
+    const MemoryDevice device;
+    Log log([](std::string_view) {});
+    ScanTables tables(device, log, nullptr, noPackageTool());
+    const ClassifierChain chain = makeClassifierChain(tables);
+    const std::string media = "/private/var/mobile/Media/iTunes_Control/";
+    tables.packageIndex.assign("/usr/bin/finger", "adv-cmds");
+    tables.ringtoneIndex = PropertyList::parse(xmlDictionary(
+        "Ringtones", "<dict><key>a</key><dict><key>Name</key><string>Bell</string></dict></dict>"));
+    tables.mediaIndex["iTunes_Control/Music/a"] = {.title = "Song", .kind = "Music"};
+    tables.smsAttachmentIndex.assign("/private/var/mobile/Library/SMS/a/b", "Beach");
+    const std::vector<std::pair<std::string, std::string>> expected = {
+        {"/usr/bin/finger", "Cydia Packages/adv-cmds/usr/bin/finger"},
+        {"/private/var/mobile/Containers/Data/Application/1/a", "Application Data/1/a"},
+        {"/private/var/mobile/Applications/1/a", "Application Data/1/a"},
+        {media + "Ringtones/a", "iTunes/Ringtones/Bell"},
+        {media + "Music/a", "iTunes/Music/Song"},
+        {"/private/var/mobile/Library/SMS/a/b", "Message Attachments/Beach"}};
+    for (std::size_t place = 0; place < expected.size(); ++place) {
+        const auto &[path, category] = expected[place];
+        for (std::size_t index = 0; index < expected.size(); ++index) {
+            EXPECT_EQ(chain[index].classify(path), index == place ? std::optional(category) : std::nullopt)
+                << index << ' ' << path;
+        }
+        EXPECT_EQ(classifyFile(chain, path, log), category);
+    }
+}
+
+TEST(ScanChain, letsTheFirstOfTwoTablesThatKnowAFileDecide)
+{
+    const MemoryDevice device;
+    Log log([](std::string_view) {});
+    ScanTables tables(device, log, nullptr, noPackageTool());
+    const ClassifierChain chain = makeClassifierChain(tables);
+    const std::string path = "/private/var/mobile/Media/iTunes_Control/Ringtones/a";
+    EXPECT_EQ(classifyFile(chain, path, log), "iTunes/Ringtones/a");
+    tables.mediaIndex["iTunes_Control/Ringtones/a"] = {.title = "Song", .kind = "Music"};
+    EXPECT_EQ(classifyFile(chain, path, log), "iTunes/Music/Song");
+    tables.ringtoneIndex = PropertyList::parse(xmlDictionary(
+        "Ringtones", "<dict><key>a</key><dict><key>Name</key><string>Bell</string></dict></dict>"));
+    EXPECT_EQ(classifyFile(chain, path, log), "iTunes/Ringtones/Bell");
+    tables.packageIndex.assign(path, "tones");
+    EXPECT_EQ(classifyFile(chain, path, log), "Cydia Packages/tones" + path);
+}
+
 TEST(ScanChain, endsInTheLocationsAndInTheOneThatTakesAll)
 {
-    const ClassifierChain chain = makeClassifierChain();
+    const MemoryDevice device;
+    const ChainOfScan own(device);
+    const ClassifierChain &chain = own.chain();
     EXPECT_EQ(chain[6].classify("/usr/lib/a"), "Operating System/usr/lib/a");
     EXPECT_EQ(chain[6].classify("/etc/a"), std::nullopt);
     EXPECT_EQ(chain[6].classifyDirectory("/usr/lib").category, "Operating System/usr/lib");
@@ -90,18 +142,18 @@ TEST(ScanChain, endsInTheLocationsAndInTheOneThatTakesAll)
     EXPECT_EQ(chain[7].classifyDirectory("/usr/lib").category, "Others/usr/lib");
 }
 
-TEST(ScanChain, beginsWithSixThatDeclineWhileTheyHaveNoTables)
+TEST(ScanChain, declinesWholeDirectoriesInFrontOfTheLocationsWhereItsTablesAreEmpty)
 {
-    const ClassifierChain chain = makeClassifierChain();
-    for (const std::string directory : {"/", "/usr/bin", "/private/var/mobile/Applications/1/Maps.app",
-                                        "/private/var/mobile/Containers/Data", "/Applications/Maps.app",
-                                        "/private/var/mobile/Media/iTunes_Control/Ringtones",
-                                        "/private/var/mobile/Library/SMS/Attachments/00"}) {
+    const MemoryDevice device;
+    const ChainOfScan own(device);
+    for (const std::string directory :
+         {"/", "/usr/bin", "/Applications/Maps.app", "/private/var/mobile/Media/iTunes_Control/Ringtones",
+          "/private/var/mobile/Library/SMS/Attachments/00"}) {
         for (std::size_t i = 0; i < 6; ++i) {
-            EXPECT_EQ(chain[i].classify(directory + "/a"), std::nullopt) << i << " " << directory;
-            EXPECT_EQ(chain[i].classifyDirectory(directory).kind, DirectoryAnswer::Kind::Declines)
+            EXPECT_EQ(own.chain()[i].classifyDirectory(directory).kind, DirectoryAnswer::Kind::Declines)
                 << i << " " << directory;
         }
+        EXPECT_TRUE(planDirectory(own.chain(), directory).decidedForAll()) << directory;
     }
 }
 

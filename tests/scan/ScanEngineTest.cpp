@@ -6,6 +6,7 @@
 #include "tests/scan/RandomChain.h"
 #include "tests/scan/Scanned.h"
 #include "tests/scan/TestSize.h"
+#include "tests/support/ChainOfScan.h"
 #include "tests/support/FailingDevice.h"
 #include "tests/support/NaiveEngine.h"
 #include "tests/support/RandomTree.h"
@@ -97,12 +98,11 @@ std::uint64_t sumOfSizes(const std::string &hostDirectory)
 
 TEST(ScanOfRandomTrees, equalsTheNaiveOneWithTheChainOfAScan)
 {
-    const ClassifierChain chain = makeClassifierChain();
     for (std::uint64_t seed = 0; seed < 40 * testSize(); ++seed) {
         const TemporaryDirectory directory;
         makeRandomTree(directory.path(), seed, randomShape(seed));
         const auto device = deviceOf(directory);
-        const NaiveScanned naive = scanNaively(directory.path(), chain);
+        const NaiveScanned naive = scanNaively(directory.path(), ChainOfScan(*device).chain());
         for (const unsigned readers : kReaderCounts) {
             SCOPED_TRACE(testing::Message() << "seed " << seed << ", readers " << readers);
             ASSERT_NO_FATAL_FAILURE(expectEqual(naive, scan(*device, {.readers = readers})));
@@ -187,8 +187,7 @@ TEST(Scan, ofADirectoryBelowTheRootLeavesOutWhatIsBesideItAndKeepsFullPaths)
         RandomTreeShape shape = randomShape(seed);
         makeRandomTree(directory.pathOf("usr/sub"), seed, shape);
         const auto device = deviceOf(directory);
-        const ClassifierChain chain = makeClassifierChain();
-        const NaiveScanned naive = scanNaively(directory.path(), chain, "/usr/sub");
+        const NaiveScanned naive = scanNaively(directory.path(), ChainOfScan(*device).chain(), "/usr/sub");
         const Scanned scanned = scan(*device, {}, "/usr/sub");
         SCOPED_TRACE(testing::Message() << "seed " << seed);
         ASSERT_NO_FATAL_FAILURE(expectEqual(naive, scanned));

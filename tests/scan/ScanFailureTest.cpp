@@ -3,6 +3,7 @@
 #include "scan/ScanEngine.h"
 #include "tests/scan/Scanned.h"
 #include "tests/scan/TestSize.h"
+#include "tests/support/ChainOfScan.h"
 #include "tests/support/FailingDevice.h"
 #include "tests/support/FailingSystemCalls.h"
 #include "tests/support/InChild.h"
@@ -264,11 +265,12 @@ TEST(ScanFailures, ofTheSystemsCallsAreToldWithTheirErrors)
 
 TEST(ScanFailures, makeATreeThatLooksAsIfWhatFailedWereNotThere)
 {
-    const ClassifierChain chain = makeClassifierChain();
     for (std::uint64_t seed = 0; seed < 25 * testSize(); ++seed) {
         const TemporaryDirectory directory;
         makeRandomTree(directory.path(), seed, randomShape(seed));
         const auto host = deviceOf(directory);
+        const ChainOfScan own(*host);
+        const ClassifierChain &chain = own.chain();
         Log quiet([](std::string_view) {});
         const NaiveScan whole = naiveScan(directory.path(), "/", chain, quiet);
 

@@ -75,6 +75,60 @@ private:
     std::size_t m_stretches = 0;
 };
 
+class FailingDevice::File final : public ReadableFile {
+public:
+    File(const FailingDevice &device, std::string_view path, std::unique_ptr<ReadableFile> wrapped)
+        : m_device(device), m_path(path), m_wrapped(std::move(wrapped))
+    {}
+
+    Result<std::size_t> readAt(std::uint64_t offset, std::span<std::byte> into) override
+    {
+        const auto failing = m_device.m_fileReadings.find(m_path);
+        if (failing != m_device.m_fileReadings.end() && offset + into.size() > failing->second.offset) {
+            return ErrorNumber{failing->second.error};
+        }
+        return m_wrapped->readAt(offset, into);
+    }
+
+    [[nodiscard]] Result<std::uint64_t> sizeBytes() const override { return m_wrapped->sizeBytes(); }
+
+    Result<bool> lockShared(std::uint64_t offset, std::uint64_t length) override
+    {
+        const auto failing = m_device.m_fileLocks.find(m_path);
+        if (failing != m_device.m_fileLocks.end()) {
+            return ErrorNumber{failing->second};
+        }
+        return m_wrapped->lockShared(offset, length);
+    }
+
+    void unlock(std::uint64_t offset, std::uint64_t length) override { m_wrapped->unlock(offset, length); }
+
+private:
+    const FailingDevice &m_device;
+    std::string m_path;
+    std::unique_ptr<ReadableFile> m_wrapped;
+};
+
+class FailingDevice::Resolver final : public PathResolver {
+public:
+    explicit Resolver(const FailingDevice &device)
+        : m_device(device), m_wrapped(device.m_wrapped.makeResolver())
+    {}
+
+    Result<std::string> resolve(std::string_view path) override
+    {
+        const auto failing = m_device.m_resolves.find(path);
+        if (failing != m_device.m_resolves.end()) {
+            return ErrorNumber{failing->second};
+        }
+        return m_wrapped->resolve(path);
+    }
+
+private:
+    const FailingDevice &m_device;
+    std::unique_ptr<PathResolver> m_wrapped;
+};
+
 void FailingDevice::failOpen(const std::string &path, int error)
 {
     m_opens[path] = error;
@@ -93,6 +147,21 @@ void FailingDevice::failSize(const std::string &path, int error)
 void FailingDevice::failResolve(const std::string &path, int error)
 {
     m_resolves[path] = error;
+}
+
+void FailingDevice::failOpenFile(const std::string &path, int error)
+{
+    m_fileOpens[path] = error;
+}
+
+void FailingDevice::failReadAt(const std::string &path, std::uint64_t offset, int error)
+{
+    m_fileReadings[path] = {.offset = offset, .error = error};
+}
+
+void FailingDevice::failLock(const std::string &path, int error)
+{
+    m_fileLocks[path] = error;
 }
 
 void FailingDevice::runBeforeOpen(const std::string &path, Hook hook)
@@ -158,6 +227,33 @@ Result<FileSystem> FailingDevice::fileSystem(std::string_view path) const
 std::vector<Mount> FailingDevice::mounts() const
 {
     return m_wrapped.mounts();
+}
+
+Result<std::unique_ptr<ReadableFile>> FailingDevice::openFile(std::string_view path) const
+{
+    if (const auto failing = m_fileOpens.find(path); failing != m_fileOpens.end()) {
+        return ErrorNumber{failing->second};
+    }
+    Result<std::unique_ptr<ReadableFile>> file = m_wrapped.openFile(path);
+    if (!file) {
+        return file;
+    }
+    return std::unique_ptr<ReadableFile>(std::make_unique<File>(*this, path, std::move(file).value()));
+}
+
+Result<std::vector<std::string>> FailingDevice::entryNames(std::string_view path) const
+{
+    return m_wrapped.entryNames(path);
+}
+
+Result<std::string> FailingDevice::hostPath(std::string_view path) const
+{
+    return m_wrapped.hostPath(path);
+}
+
+std::unique_ptr<PathResolver> FailingDevice::makeResolver() const
+{
+    return std::make_unique<Resolver>(*this);
 }
 
 } // namespace slicewise

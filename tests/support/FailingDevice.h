@@ -7,6 +7,7 @@
 #include "platform/Device.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -34,8 +35,14 @@ public:
     void failReading(const std::string &path, Break where, int error);
     /// The size of a file can't be read, neither in its directory nor by status().
     void failSize(const std::string &path, int error);
-    /// resolve() fails.
+    /// resolve() fails, the device's and a resolver's.
     void failResolve(const std::string &path, int error);
+    /// openFile() fails.
+    void failOpenFile(const std::string &path, int error);
+    /// Reading a file that has been opened under that path fails from that byte on.
+    void failReadAt(const std::string &path, std::uint64_t offset, int error);
+    /// So does asking for its shared lock, wherever in the file.
+    void failLock(const std::string &path, int error);
 
     using Hook = std::function<void(const std::string &path)>;
     /// Runs each time before the directory is opened.
@@ -51,11 +58,21 @@ public:
     [[nodiscard]] Result<std::string> resolve(std::string_view path) const override;
     [[nodiscard]] Result<FileSystem> fileSystem(std::string_view path) const override;
     [[nodiscard]] std::vector<Mount> mounts() const override;
+    [[nodiscard]] Result<std::unique_ptr<ReadableFile>> openFile(std::string_view path) const override;
+    [[nodiscard]] Result<std::vector<std::string>> entryNames(std::string_view path) const override;
+    [[nodiscard]] Result<std::string> hostPath(std::string_view path) const override;
+    [[nodiscard]] std::unique_ptr<PathResolver> makeResolver() const override;
 
 private:
+    class File;
     class Reader;
+    class Resolver;
     struct Reading {
         Break where;
+        int error = 0;
+    };
+    struct FileReading {
+        std::uint64_t offset = 0;
         int error = 0;
     };
     /// What opening has to fail with, after the hooks have run; 0 for nothing.
@@ -67,6 +84,9 @@ private:
     ByPath<Reading> m_readings;
     ByPath<int> m_sizes;
     ByPath<int> m_resolves;
+    ByPath<int> m_fileOpens;
+    ByPath<FileReading> m_fileReadings;
+    ByPath<int> m_fileLocks;
     ByPath<std::vector<Hook>> m_hooks;
     std::vector<Hook> m_hooksOfAll;
     mutable std::mutex m_mutex; ///< for what follows

@@ -6,7 +6,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cerrno>
+#include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -76,6 +79,42 @@ TEST(FailingDevice, runsHooksBeforeItOpensAndTellsWhatWasOpened)
     static_cast<void>(listDirectory(device, "/a"));
     EXPECT_THAT(seen, ElementsAre("each /b", "each /a", "one /a"));
     EXPECT_THAT(device.opened(), ElementsAre("/b", "/a"));
+}
+
+TEST(FailingDevice, opensAndListsFilesAsTheWrappedOneDoes)
+{
+    MemoryDevice memory{{"/a/other", 3}};
+    memory.setContent("/a/file", "some text");
+    const FailingDevice device(memory);
+    EXPECT_EQ(*readFile(device, "/a/file", 100), "some text");
+    EXPECT_THAT(*device.entryNames("/a"), ElementsAre("other", "file"));
+    EXPECT_EQ(device.hostPath("/a").error(), ENOTSUP);
+    EXPECT_EQ(*device.makeResolver()->resolve("/a/./missing"), "/a/missing");
+    const std::unique_ptr<ReadableFile> file = std::move(device.openFile("/a/file")).value();
+    EXPECT_EQ(*file->sizeBytes(), 9U);
+    EXPECT_TRUE(*file->lockShared(0, 1));
+    file->unlock(0, 1);
+}
+
+TEST(FailingDevice, failsToOpenReadLockAndResolveOneFileAlone)
+{
+    MemoryDevice memory;
+    memory.setContent("/closed", "text");
+    memory.setContent("/broken", "some text");
+    FailingDevice device(memory);
+    device.failOpenFile("/closed", EACCES);
+    device.failReadAt("/broken", 4, EIO);
+    device.failLock("/broken", EAGAIN);
+    device.failResolve("/broken", ELOOP);
+    EXPECT_EQ(device.openFile("/closed").error(), EACCES);
+    const std::unique_ptr<ReadableFile> file = std::move(device.openFile("/broken")).value();
+    std::array<std::byte, 4> bytes{};
+    EXPECT_EQ(*file->readAt(0, bytes), 4U);
+    EXPECT_EQ(file->readAt(1, bytes).error(), EIO);
+    EXPECT_EQ(file->lockShared(0, 1).error(), EAGAIN);
+    EXPECT_EQ(readFile(device, "/broken", 100).error(), EIO);
+    EXPECT_EQ(device.makeResolver()->resolve("/broken").error(), ELOOP);
+    EXPECT_TRUE(device.makeResolver()->resolve("/closed"));
 }
 
 } // namespace

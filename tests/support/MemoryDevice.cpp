@@ -47,7 +47,8 @@ std::pair<std::string, std::string> splitLast(std::string_view path)
 struct MemoryDevice::Node {
     FileType type = FileType::Directory;
     std::uint64_t sizeBytes = 0;
-    std::string target; ///< of a link; not empty
+    std::shared_ptr<const std::string> content; ///< null: null bytes
+    std::string target;                         ///< of a link; not empty
     FileIdentity identity;
     FileSystem fileSystem;
     std::vector<std::pair<std::string, Node *>> entries;
@@ -58,6 +59,33 @@ struct MemoryDevice::Found {
     const Node *node = nullptr;
     const Node *directory = nullptr; ///< the node itself, or what it lies in
     std::string path;
+};
+
+class MemoryDevice::File final : public ReadableFile {
+public:
+    explicit File(const Node &node) : m_sizeBytes(node.sizeBytes), m_content(node.content) {}
+
+    Result<std::size_t> readAt(std::uint64_t offset, std::span<std::byte> into) override
+    {
+        const std::uint64_t left = m_sizeBytes - std::min(offset, m_sizeBytes);
+        const std::span<std::byte> read =
+            into.first(static_cast<std::size_t>(std::min<std::uint64_t>(left, into.size())));
+        if (m_content == nullptr) {
+            std::ranges::fill(read, std::byte{0});
+        } else if (!read.empty()) {
+            std::ranges::copy(std::as_bytes(std::span(*m_content)).subspan(offset, read.size()),
+                              read.begin());
+        }
+        return read.size();
+    }
+
+    [[nodiscard]] Result<std::uint64_t> sizeBytes() const override { return m_sizeBytes; }
+    Result<bool> lockShared(std::uint64_t /*offset*/, std::uint64_t /*length*/) override { return true; }
+    void unlock(std::uint64_t /*offset*/, std::uint64_t /*length*/) override {}
+
+private:
+    std::uint64_t m_sizeBytes;
+    std::shared_ptr<const std::string> m_content;
 };
 
 class MemoryDevice::Reader final : public DirectoryReader {
@@ -170,6 +198,17 @@ MemoryDevice::Node &MemoryDevice::directoryAt(std::string_view path)
 void MemoryDevice::addFile(std::string_view path, std::uint64_t sizeBytes)
 {
     add(path, FileType::RegularFile).sizeBytes = sizeBytes;
+}
+
+void MemoryDevice::setContent(std::string_view path, std::string content)
+{
+    const auto [directory, last] = splitLast(path);
+    Node &node = enter(directoryAt(directory), last, FileType::RegularFile);
+    if (node.type != FileType::RegularFile) {
+        throw std::invalid_argument("Not a file: " + std::string(path));
+    }
+    node.sizeBytes = content.size();
+    node.content = std::make_shared<const std::string>(std::move(content));
 }
 
 void MemoryDevice::addDirectory(std::string_view path)
@@ -340,6 +379,34 @@ Result<FileSystem> MemoryDevice::fileSystem(std::string_view path) const
 std::vector<Mount> MemoryDevice::mounts() const
 {
     return m_mounts;
+}
+
+Result<std::unique_ptr<ReadableFile>> MemoryDevice::openFile(std::string_view path) const
+{
+    const Result<Found> found = follow(path);
+    if (!found) {
+        return ErrorNumber{found.error()};
+    }
+    if (found->node->type != FileType::RegularFile) {
+        return ErrorNumber{found->node->type == FileType::Directory ? EISDIR : EINVAL};
+    }
+    return std::unique_ptr<ReadableFile>(std::make_unique<File>(*found->node));
+}
+
+Result<std::vector<std::string>> MemoryDevice::entryNames(std::string_view path) const
+{
+    const Result<Found> found = follow(path);
+    if (!found) {
+        return ErrorNumber{found.error()};
+    }
+    if (found->node->type != FileType::Directory) {
+        return ErrorNumber{ENOTDIR};
+    }
+    std::vector<std::string> names;
+    for (const auto &[name, node] : found->node->entries) {
+        names.push_back(name);
+    }
+    return names;
 }
 
 } // namespace slicewise

@@ -28,9 +28,12 @@ public:
     MemoryDevice(std::initializer_list<std::pair<std::string, std::uint64_t>> files = {});
     ~MemoryDevice() override;
 
+    /// Reads as null bytes.
     void addFile(std::string_view path, std::uint64_t sizeBytes);
+    /// What a file reads as; one that is not there is added. A file that is open keeps what it had.
+    void setContent(std::string_view path, std::string content);
     void addDirectory(std::string_view path);
-    /// Followed by status(), resolve() and fileSystem(), never listed.
+    /// Followed by status(), resolve(), fileSystem(), openFile() and entryNames(), which alone lists it.
     void addLink(std::string_view path, std::string target);
 
     /// The directory and what lies below it now. Everything is on one storage file system at first.
@@ -55,8 +58,12 @@ public:
     [[nodiscard]] Result<std::string> resolve(std::string_view path) const override;
     [[nodiscard]] Result<FileSystem> fileSystem(std::string_view path) const override;
     [[nodiscard]] std::vector<Mount> mounts() const override;
+    /// Nobody else locks these files.
+    [[nodiscard]] Result<std::unique_ptr<ReadableFile>> openFile(std::string_view path) const override;
+    [[nodiscard]] Result<std::vector<std::string>> entryNames(std::string_view path) const override;
 
 private:
+    class File;
     class Reader;
     struct Node;
     struct Found;

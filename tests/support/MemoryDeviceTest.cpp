@@ -5,9 +5,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cerrno>
+#include <memory>
 #include <optional>
 #include <stdexcept>
+#include <string>
 
 namespace slicewise {
 namespace {
@@ -84,6 +87,37 @@ TEST(MemoryDevice, givesADirectoryTheIdentityThatItIsTold)
     EXPECT_NE(device.identity("/a"), device.identity("/b"));
     device.setIdentity("/b", device.identity("/a"));
     EXPECT_EQ(*device.makeReader()->open("/b"), *device.makeReader()->open("/a"));
+}
+
+TEST(MemoryDevice, givesTheContentOfAFileAndNullBytesWhereThereIsNone)
+{
+    MemoryDevice device{{"/d/sized", 3}};
+    device.setContent("/d/text", "bytes");
+    device.addLink("/link", "d/text");
+    EXPECT_EQ(*readFile(device, "/link", 100), "bytes");
+    EXPECT_EQ(*readFile(device, "/d/sized", 100), std::string(3, '\0'));
+    EXPECT_EQ(device.status("/d/text")->sizeBytes, 5U);
+    EXPECT_EQ(device.openFile("/d").error(), EISDIR);
+    EXPECT_EQ(device.openFile("/missing").error(), ENOENT);
+    EXPECT_THROW(device.setContent("/d", "text"), std::invalid_argument);
+    const std::unique_ptr<ReadableFile> file = std::move(device.openFile("/d/text")).value();
+    device.setContent("/d/text", "other text");
+    std::array<std::byte, 4> bytes{};
+    EXPECT_EQ(*file->readAt(3, bytes), 2U);
+    EXPECT_EQ(bytes[0], std::byte{'e'});
+    EXPECT_EQ(*file->readAt(5, bytes), 0U);
+    EXPECT_EQ(*file->readAt(50, bytes), 0U);
+    EXPECT_TRUE(*file->lockShared(0, 1));
+    EXPECT_EQ(*readFile(device, "/d/text", 100), "other text");
+}
+
+TEST(MemoryDevice, namesAllEntriesOfADirectoryLinksIncluded)
+{
+    MemoryDevice device{{"/z", 1}, {"/dir/below", 2}};
+    device.addLink("/link", "dir");
+    EXPECT_THAT(*device.entryNames("/"), ElementsAre("z", "dir", "link"));
+    EXPECT_THAT(*device.entryNames("/link"), ElementsAre("below"));
+    EXPECT_EQ(device.entryNames("/z").error(), ENOTDIR);
 }
 
 } // namespace

@@ -1,0 +1,569 @@
+#include "platform/CommandRunner.h"
+
+#include "platform/UniqueFd.h"
+#include "tests/platform/Commands.h"
+#include "tests/support/InChild.h"
+#include "tests/support/OpenDescriptors.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace slicewise {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using testing::Pair;
+
+constexpr int kExit1 = 0x100;
+constexpr int kExit7 = 0x700;
+
+std::string readHostFile(const std::string &path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/// What a signal is answered with, for a while.
+class ScopedAction {
+public:
+    ScopedAction(int signal, void (*handler)(int), int flags = 0) : m_signal(signal)
+    {
+        struct sigaction action = {};
+        action.sa_handler = handler;
+        action.sa_flags = flags;
+        ::sigaction(signal, &action, &m_before);
+    }
+    ScopedAction(const ScopedAction &) = delete;
+    ScopedAction &operator=(const ScopedAction &) = delete;
+    ~ScopedAction() { ::sigaction(m_signal, &m_before, nullptr); }
+
+private:
+    int m_signal;
+    struct sigaction m_before = {};
+};
+
+struct sigaction actionOf(int signal)
+{
+    struct sigaction action = {};
+    ::sigaction(signal, nullptr, &action);
+    return action;
+}
+
+/// Programs of the test's own; PATH is up to it, and what it was comes back in the end.
+class CommandRunner : public testing::Test {
+protected:
+    void TearDown() override
+    {
+        EXPECT_TRUE(noChildIsLeft());
+        EXPECT_EQ(openDescriptors(), m_descriptors);
+    }
+
+    void makeProgram(const std::string &relative, const std::string &text, ::mode_t mode = 0755) const
+    {
+        m_directory.writeFile(relative, text);
+        m_directory.setMode(relative, mode);
+    }
+
+    TemporaryDirectory m_directory;
+
+private:
+    ScopedVariable m_path{"PATH", std::string("/usr/bin:/bin")};
+    std::set<int> m_descriptors = openDescriptors();
+};
+
+// ---- how a program ended
+
+TEST_F(CommandRunner, givesTheExitStatusOfAProgram)
+{
+    for (const int status : {0, 1, 7, 255}) {
+        const ArgumentVector arguments = script("exit $1", {std::to_string(status)});
+        EXPECT_EQ(runCommand("sh", arguments), status);
+        EXPECT_EQ(outputOf("sh", arguments).second, status << 8);
+    }
+}
+
+TEST_F(CommandRunner, givesZeroForAProgramThatASignalEndedUnlessItsOutputIsRead)
+{
+    for (const int signal : {SIGTERM, SIGKILL, SIGHUP}) {
+        const ArgumentVector arguments = script("kill -$1 $$", {std::to_string(signal)});
+        EXPECT_EQ(runCommand("sh", arguments), 0);
+        EXPECT_EQ(outputOf("sh", arguments).second, signal);
+    }
+}
+
+TEST_F(CommandRunner, neverTakesAChildThatItCannotWaitForAsAGoodEnd)
+{
+    const CommandOutput output = openCommandOutput("sh", script("exit 0"));
+    EXPECT_EQ(readToEnd(output.stream), "");
+    EXPECT_EQ(::waitpid(output.process, nullptr, 0), output.process);
+    EXPECT_NE(closeCommandOutput(output), 0);
+}
+
+TEST_F(CommandRunner, waitsForNobodyWhereThereIsNoChild)
+{
+    const CommandOutput other = openCommandOutput("sh", script("exit 7"));
+    EXPECT_EQ(readToEnd(other.stream), "");
+    EXPECT_NE(closeCommandOutput({}), 0);
+    EXPECT_NE(closeCommandOutput({.stream = nullptr, .process = 0}), 0);
+    EXPECT_EQ(closeCommandOutput(other), kExit7);
+}
+
+TEST_F(CommandRunner, tellsThatNoChildCouldBeMade)
+{
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "a user whose processes are limited to none has to be another one than ours";
+    }
+    asOrdinaryUser([] {
+        const ::rlimit none = {.rlim_cur = 0, .rlim_max = 0};
+        ASSERT_EQ(::setrlimit(RLIMIT_NPROC, &none), 0);
+        EXPECT_EQ(runCommand("true", {"true"}), 255);
+        const CommandOutput output = openCommandOutput("true", {"true"});
+        EXPECT_EQ(output.stream, nullptr);
+        EXPECT_EQ(output.process, -1);
+        EXPECT_NE(closeCommandOutput(output), 0);
+        EXPECT_NE(linesOf("true", {"true"}).end.waitStatus, 0);
+    });
+}
+
+TEST_F(CommandRunner, tellsThatThereAreNoDescriptorsLeft)
+{
+    asOrdinaryUser([] {
+        const ::rlimit none = {.rlim_cur = 3, .rlim_max = 3};
+        ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+        EXPECT_EQ(openCommandOutput("true", {"true"}).stream, nullptr);
+        const LinesAndEnd read = linesOf("true", {"true"});
+        EXPECT_NE(read.end.waitStatus, 0);
+        EXPECT_FALSE(read.end.complete);
+        EXPECT_TRUE(noChildIsLeft());
+    });
+}
+
+// ---- which program it is
+
+TEST_F(CommandRunner, endsWithOneWhereTheProgramIsNotFound)
+{
+    for (const std::string &name : {std::string("no-such-program"), m_directory.pathOf("no-such-program"),
+                                    std::string("/no/such/directory/program"), std::string()}) {
+        EXPECT_EQ(runCommand(name, {name}), 1) << name;
+        EXPECT_THAT(outputOf(name, {name}), Pair("", kExit1)) << name;
+    }
+}
+
+TEST_F(CommandRunner, endsWithOneWhereNothingMayBeExecuted)
+{
+    makeProgram("bin/plain", "#!/bin/sh\nexit 0\n", 0644);
+    m_directory.makeDirectory("bin/directory");
+    makeProgram("bin/without interpreter", "#!/no/such/interpreter\n");
+    const ScopedVariable path("PATH", m_directory.pathOf("bin"));
+    for (const char *name : {"plain", "directory", "without interpreter"}) {
+        EXPECT_EQ(runCommand(name, {name}), 1) << name;
+        EXPECT_EQ(runCommand(m_directory.pathOf("bin/") + name, {name}), 1) << name;
+    }
+}
+
+TEST_F(CommandRunner, takesTheFirstProgramOnPathThatCanBeExecuted)
+{
+    m_directory.makeDirectory("directory/program");
+    makeProgram("plain/program", "#!/bin/sh\nexit 3\n", 0644);
+    makeProgram("broken/program", "#!/no/such/interpreter\n");
+    m_directory.makeFile("file");
+    makeProgram("right/program", "#!/bin/sh\nexit 7\n");
+    makeProgram("late/program", "#!/bin/sh\nexit 9\n");
+    std::string path;
+    for (const char *element : {"missing", "directory", "plain", "broken", "file", "right", "late"}) {
+        path += m_directory.pathOf(element) + ":";
+    }
+    const ScopedVariable variable("PATH", std::string(5000, 'x') + ":" + path);
+    EXPECT_EQ(runCommand("program", {"program"}), 7);
+    EXPECT_EQ(outputOf("program", {"program"}).second, kExit7);
+}
+
+TEST_F(CommandRunner, takesANameWithASlashAsItIs)
+{
+    makeProgram("here/program", "#!/bin/sh\nexit 7\n");
+    makeProgram("on path/here/program", "#!/bin/sh\nexit 9\n");
+    const ScopedVariable path("PATH", m_directory.pathOf("on path"));
+    EXPECT_EQ(runCommand(m_directory.pathOf("here/program"), {"program"}), 7);
+    EXPECT_EQ(runCommand("here/program", {"program"}), 1);
+}
+
+TEST_F(CommandRunner, looksInTheSystemsDirectoriesWherePathIsNotSet)
+{
+    const ScopedVariable path("PATH", std::nullopt);
+    EXPECT_EQ(runCommand("sh", script("exit 7")), 7);
+}
+
+TEST_F(CommandRunner, takesAnEmptyElementOfPathForTheCurrentDirectory)
+{
+    makeProgram("program", "#!/bin/sh\nexit 7\n");
+    const UniqueFd before(::open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(::chdir(m_directory.path().c_str()), 0);
+    for (const char *value : {":/nowhere", "/nowhere:", "/nowhere::/nowhere", ""}) {
+        const ScopedVariable path("PATH", std::string(value));
+        EXPECT_EQ(runCommand("program", {"program"}), 7) << value;
+    }
+    const ScopedVariable path("PATH", std::string("/nowhere"));
+    EXPECT_EQ(runCommand("program", {"program"}), 1);
+    EXPECT_EQ(::fchdir(before.get()), 0);
+}
+
+TEST_F(CommandRunner, runsAScriptThatDoesNotSayForWhomWithTheShell)
+{
+    makeProgram("bin/script", "echo \"$0|$1|$2|$#\"\nexit 7\n");
+    const ScopedVariable path("PATH", m_directory.pathOf("bin"));
+    EXPECT_THAT(outputOf("script", {"any name", "one argument", ""}),
+                Pair(m_directory.pathOf("bin/script") + "|one argument||2\n", kExit7));
+    EXPECT_THAT(outputOf("script", {}), Pair(HasSubstr("|||0\n"), kExit7));
+}
+
+TEST_F(CommandRunner, handsOverTheArgumentsAsTheyAre)
+{
+    EXPECT_THAT(outputOf("printf", {"printf", "[%s]", "a b", "", "*", "$HOME", "\xff\n"}),
+                Pair("[a b][][*][$HOME][\xff\n]", 0));
+}
+
+// ---- streams and environment
+
+TEST_F(CommandRunner, leavesTheStandardStreamsAsTheyAre)
+{
+    m_directory.makeFile("output");
+    m_directory.setMode("output", 0666);
+    asOrdinaryUser([&] {
+        const UniqueFd file(::open(m_directory.pathOf("output").c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+        ASSERT_EQ(::dup2(file.get(), STDOUT_FILENO), STDOUT_FILENO);
+        ASSERT_EQ(::dup2(file.get(), STDERR_FILENO), STDERR_FILENO);
+        EXPECT_EQ(runCommand("sh", script("echo out; echo err >&2")), 0);
+    });
+    EXPECT_EQ(readHostFile(m_directory.pathOf("output")), "out\nerr\n");
+}
+
+TEST_F(CommandRunner, putsBothStreamsIntoOneInTheOrderOfWriting)
+{
+    EXPECT_THAT(outputOf("sh", script("echo a; echo b >&2; echo c; printf d >&2")), Pair("a\nb\nc\nd", 0));
+    EXPECT_THAT(outputOf("true", {"true"}), Pair("", 0));
+}
+
+TEST_F(CommandRunner, readsAProgramInAnEnvironmentThatMakesItReadable)
+{
+    const ScopedVariable locale("LC_ALL", "POSIX");
+    const ScopedVariable columns("COLUMNS", "40");
+    const ScopedVariable other("SLICEWISE_OTHER", "kept\nas it is");
+    const auto [text, status] = outputOf("env", {"env"});
+    EXPECT_EQ(status, 0);
+    EXPECT_THAT("\n" + text,
+                AllOf(HasSubstr("\nLC_ALL=C\n"), Not(HasSubstr("\nLC_ALL=POSIX\n")),
+                      Not(HasSubstr("\nCOLUMNS=")), HasSubstr("\nSLICEWISE_OTHER=kept\nas it is\n"),
+                      HasSubstr("\nPATH=/usr/bin:/bin\n")));
+    EXPECT_STREQ(std::getenv("LC_ALL"), "POSIX");
+    EXPECT_STREQ(std::getenv("COLUMNS"), "40");
+    EXPECT_EQ(runCommand("sh", script("[ $LC_ALL = POSIX ] && [ $COLUMNS = 40 ]")), 0);
+}
+
+TEST_F(CommandRunner, setsTheLocaleWhereThereWasNone)
+{
+    const ScopedVariable locale("LC_ALL", std::nullopt);
+    const ScopedVariable columns("COLUMNS", std::nullopt);
+    EXPECT_THAT(outputOf("printenv", {"printenv", "LC_ALL"}), Pair("C\n", 0));
+}
+
+TEST_F(CommandRunner, worksWithAnyOfTheStandardStreamsClosed)
+{
+    for (unsigned closed = 0; closed < 8; ++closed) {
+        asOrdinaryUser([closed] {
+            for (const int descriptor : {0, 1, 2}) {
+                if ((closed >> static_cast<unsigned>(descriptor) & 1U) != 0) {
+                    ::close(descriptor);
+                }
+            }
+            const ArgumentVector arguments = script("echo out; echo err >&2; exit 7");
+            EXPECT_THAT(outputOf("sh", arguments), Pair("out\nerr\n", kExit7)) << closed;
+            EXPECT_THAT(linesOf("sh", arguments).lines, testing::ElementsAre("out", "err")) << closed;
+            EXPECT_EQ(runCommand("sh", script("exit 7")), 7) << closed;
+            for (const int descriptor : openDescriptors()) {
+                EXPECT_TRUE(descriptor > 2 || (closed >> static_cast<unsigned>(descriptor) & 1U) == 0);
+            }
+        });
+    }
+}
+
+TEST_F(CommandRunner, givesAChildNoDescriptorThatIsClosedOnExec)
+{
+    const UniqueFd ours(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    m_directory.makeFifo("fifo");
+    const CommandOutput other =
+        openCommandOutput("sh", script("read x < \"$1\"", {m_directory.pathOf("fifo")}));
+    std::set<int> expected;
+    for (const int descriptor : openDescriptors()) {
+        if ((::fcntl(descriptor, F_GETFD) & FD_CLOEXEC) == 0) {
+            expected.insert(descriptor);
+        }
+    }
+    std::string text;
+    for (const int descriptor : expected) {
+        text += std::to_string(descriptor) + "\n";
+    }
+    // Not the shell's last command, so that it stays a shell.
+    EXPECT_THAT(outputOf("sh", script("ls -v /proc/$$/fd; :")), Pair(text, 0));
+    std::ofstream(m_directory.pathOf("fifo")) << "\n";
+    EXPECT_EQ(closeCommandOutput(other), 0);
+}
+
+// ---- several at once
+
+TEST_F(CommandRunner, letsNoChildHoldTheOthersPipe)
+{
+    m_directory.makeFifo("fifo");
+    const ArgumentVector waits = script("read x < \"$1\"; exit 7", {m_directory.pathOf("fifo")});
+    const CommandOutput writer = openCommandOutput("yes", {"yes"});
+    const CommandOutput brief = openCommandOutput("echo", {"echo", "text"});
+    const CommandOutput waiting = openCommandOutput("sh", waits);
+    // Were the waiting one to hold an end of their pipes, neither of these would ever end.
+    EXPECT_EQ(readToEnd(brief.stream), "text\n");
+    EXPECT_EQ(closeCommandOutput(brief), 0);
+    EXPECT_EQ(closeCommandOutput(writer), SIGPIPE);
+    std::ofstream(m_directory.pathOf("fifo")) << "\n";
+    EXPECT_EQ(readToEnd(waiting.stream), "");
+    EXPECT_EQ(closeCommandOutput(waiting), kExit7);
+}
+
+TEST_F(CommandRunner, runsManyAtOnceFromSeveralThreads)
+{
+    constexpr int kThreads = 6;
+    constexpr int kEach = 15;
+    std::atomic<int> right = 0;
+    std::vector<std::thread> threads;
+    threads.reserve(kThreads);
+    for (int thread = 0; thread < kThreads; ++thread) {
+        threads.emplace_back([thread, &right] {
+            for (int i = 0; i < kEach; ++i) {
+                const int number = thread * kEach + i;
+                const std::string text = std::to_string(number);
+                const ArgumentVector arguments = script("echo $1; echo $1 >&2; exit $1", {text});
+                right += runCommand("sh", script("exit $1", {text})) == number ? 1 : 0;
+                right += outputOf("sh", arguments) == TextAndStatus(text + "\n" + text + "\n", number << 8);
+                const LinesAndEnd read = linesOf("sh", arguments);
+                right += read.lines == std::vector{text, text} && read.end.waitStatus == number << 8 ? 1 : 0;
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(right, 3 * kThreads * kEach);
+}
+
+// ---- signals
+
+TEST_F(CommandRunner, endsAProgramThatGoesOnWritingWhenItsOutputIsClosed)
+{
+    const CommandOutput output = openCommandOutput("yes", {"yes"});
+    std::array<char, 4> line{};
+    ASSERT_NE(std::fgets(line.data(), line.size(), output.stream), nullptr);
+    EXPECT_STREQ(line.data(), "y\n");
+    EXPECT_EQ(closeCommandOutput(output), SIGPIPE);
+}
+
+TEST_F(CommandRunner, endsItAlsoWhereWeIgnoreSuchSignals)
+{
+    const ScopedAction ignored(SIGPIPE, SIG_IGN);
+    EXPECT_EQ(closeCommandOutput(openCommandOutput("yes", {"yes"})), SIGPIPE);
+    EXPECT_EQ(runCommand("sh", script("kill -PIPE $$; exit 7")), 0);
+    EXPECT_EQ(actionOf(SIGPIPE).sa_handler, SIG_IGN);
+}
+
+TEST_F(CommandRunner, startsAProgramWithNoSignalBlockedThoughWeBlockAll)
+{
+    ::sigset_t all;
+    ::sigset_t before;
+    ::sigset_t after;
+    ::sigfillset(&all);
+    ASSERT_EQ(::pthread_sigmask(SIG_SETMASK, &all, &before), 0);
+    const auto [text, status] = outputOf("grep", {"grep", "SigBlk", "/proc/self/status"});
+    const int ended = runCommand("sh", script("kill -TERM $$; exit 7"));
+    ASSERT_EQ(::pthread_sigmask(SIG_SETMASK, &before, &after), 0);
+    EXPECT_EQ(text, "SigBlk:\t0000000000000000\n");
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(ended, 0);
+    for (const int signal : {SIGTERM, SIGPIPE, SIGCHLD}) {
+        EXPECT_EQ(::sigismember(&after, signal), 1);
+        EXPECT_EQ(::sigismember(&before, signal), 0);
+    }
+}
+
+TEST_F(CommandRunner, waitsForItsChildrenWhereSuchSignalsWereIgnored)
+{
+    const ScopedAction ignored(SIGCHLD, SIG_IGN);
+    EXPECT_EQ(runCommand("sh", script("exit 7")), 7);
+    EXPECT_EQ(actionOf(SIGCHLD).sa_handler, SIG_DFL);
+    ::signal(SIGCHLD, SIG_IGN);
+    EXPECT_EQ(outputOf("sh", script("exit 7")).second, kExit7);
+    ::signal(SIGCHLD, SIG_IGN);
+    EXPECT_EQ(linesOf("sh", script("exit 7")).end.waitStatus, kExit7);
+}
+
+std::atomic<int> endedChildren = 0;
+
+TEST_F(CommandRunner, waitsForThemWhereWeWantedOnlyToBeTold)
+{
+    const auto count = [](int) { ++endedChildren; };
+    const ScopedAction counting(SIGCHLD, count, SA_NOCLDWAIT | SA_RESTART);
+    endedChildren = 0;
+    EXPECT_EQ(runCommand("sh", script("exit 7")), 7);
+    EXPECT_EQ(actionOf(SIGCHLD).sa_handler, static_cast<void (*)(int)>(count));
+    EXPECT_EQ(endedChildren, 1);
+}
+
+/// Interrupts whatever we do, many times over; then writes a line to a fifo that a child waits for.
+class Interruptions {
+public:
+    explicit Interruptions(const std::string &fifo) : m_action(SIGALRM, &Interruptions::interrupt)
+    {
+        s_fifo = fifo.c_str();
+        s_count = 0;
+        set(500);
+    }
+    Interruptions(const Interruptions &) = delete;
+    Interruptions &operator=(const Interruptions &) = delete;
+    ~Interruptions() { set(0); }
+
+    [[nodiscard]] static int count() { return s_count; }
+    static constexpr int kAtLeast = 20;
+
+private:
+    static void set(::suseconds_t microseconds)
+    {
+        const ::itimerval timer = {.it_interval = {.tv_sec = 0, .tv_usec = microseconds},
+                                   .it_value = {.tv_sec = 0, .tv_usec = microseconds}};
+        ::setitimer(ITIMER_REAL, &timer, nullptr);
+    }
+
+    static void interrupt(int /*signal*/)
+    {
+        if (++s_count < kAtLeast) {
+            return;
+        }
+        const int error = errno;
+        const int fifo = ::open(s_fifo, O_WRONLY | O_NONBLOCK | O_CLOEXEC); // fails until it is being read
+        if (fifo >= 0) {
+            static_cast<void>(!::write(fifo, "\n", 1));
+            ::close(fifo);
+        }
+        errno = error;
+    }
+
+    static inline const char *s_fifo = nullptr;
+    static inline std::atomic<int> s_count = 0;
+    ScopedAction m_action;
+};
+
+TEST_F(CommandRunner, goesOnWaitingWhereSignalsInterruptIt)
+{
+    m_directory.makeFifo("fifo");
+    const std::string fifo = m_directory.pathOf("fifo");
+    const ArgumentVector waits = script("read x < \"$1\"; exit 7", {fifo});
+    {
+        const Interruptions interruptions(fifo);
+        EXPECT_EQ(runCommand("sh", waits), 7);
+        EXPECT_GE(Interruptions::count(), Interruptions::kAtLeast);
+    }
+    {
+        const Interruptions interruptions(fifo);
+        EXPECT_EQ(closeCommandOutput(openCommandOutput("sh", waits)), kExit7);
+        EXPECT_GE(Interruptions::count(), Interruptions::kAtLeast);
+    }
+    {
+        const Interruptions interruptions(fifo);
+        const LinesAndEnd read = linesOf("sh", script("read x < \"$1\"; echo text; exit 7", {fifo}));
+        EXPECT_EQ(read.lines, std::vector<std::string>{"text"});
+        EXPECT_EQ(read.end.waitStatus, kExit7);
+        EXPECT_TRUE(read.end.complete);
+        EXPECT_GE(Interruptions::count(), Interruptions::kAtLeast);
+    }
+}
+
+std::atomic<int> handledHere = 0;
+
+TEST_F(CommandRunner, handlesOurSignalsHereWhileItWaits)
+{
+    m_directory.makeFifo("fifo");
+    const ScopedAction counting(SIGUSR1, [](int) { ++handledHere; });
+    handledHere = 0;
+    EXPECT_EQ(runCommand("sh", script("kill -USR1 $1; exit 7", {std::to_string(::getpid())})), 7);
+    EXPECT_EQ(handledHere, 1);
+    // Of the child none is left: the same signal ends it.
+    EXPECT_EQ(outputOf("sh", script("kill -USR1 $$; exit 7")).second, SIGUSR1);
+}
+
+// ---- user ids
+
+/// The ids in one line of /proc/self/status: real, effective, saved and that for files.
+constexpr const char *kPrintIds = "grep Uid: /proc/self/status";
+
+TEST_F(CommandRunner, runsAProgramAsRootInEveryRespectWhereWeAreRootInOne)
+{
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can be another user and root at once";
+    }
+    m_directory.makeFile("ids");
+    withOwnMounts([&] { // as root in a child
+        ASSERT_EQ(::setresuid(kOrdinaryUser, 0, kOrdinaryUser), 0);
+        const std::string file = m_directory.pathOf("ids");
+        EXPECT_EQ(runCommand("sh", script(std::string(kPrintIds) + " > \"$1\"; id -r -u >> \"$1\"", {file})),
+                  0);
+        EXPECT_EQ(readHostFile(file), "Uid:\t0\t0\t0\t0\n0\n");
+        ::uid_t real = 0;
+        ::uid_t effective = 0;
+        ::uid_t saved = 0;
+        ASSERT_EQ(::getresuid(&real, &effective, &saved), 0);
+        EXPECT_EQ(real, kOrdinaryUser);
+        EXPECT_EQ(effective, 0U);
+        EXPECT_EQ(saved, kOrdinaryUser);
+    });
+}
+
+TEST_F(CommandRunner, readsAProgramThatKeepsOurUserIds)
+{
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can be another user and root at once";
+    }
+    withOwnMounts([] { // as root in a child
+        ASSERT_EQ(::setresuid(kOrdinaryUser, 0, 0), 0);
+        const std::string user = std::to_string(kOrdinaryUser);
+        EXPECT_THAT(outputOf("id", {"id", "-r", "-u"}), Pair(user + "\n", 0));
+        EXPECT_THAT(outputOf("id", {"id", "-u"}), Pair("0\n", 0));
+        EXPECT_EQ(linesOf("id", {"id", "-r", "-u"}).lines, std::vector{user});
+    });
+}
+
+TEST_F(CommandRunner, runsAProgramAsWhoWeAreWhereThatIsNotRoot)
+{
+    asOrdinaryUser([] {
+        const std::string user = std::to_string(::geteuid());
+        EXPECT_EQ(runCommand("sh", script("[ $(id -u) = $1 ] && [ $(id -r -u) = $1 ]", {user})), 0);
+        EXPECT_THAT(outputOf("id", {"id", "-r", "-u"}), Pair(user + "\n", 0));
+    });
+}
+
+} // namespace
+} // namespace slicewise
