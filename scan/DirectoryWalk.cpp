@@ -12,7 +12,7 @@ namespace {
 // beyond that it only costs memory.
 constexpr std::size_t kMostEntriesAhead = std::size_t{32} * 1024;
 constexpr std::size_t kMostDirectoriesAhead = 2048;
-constexpr std::size_t kTimesAheadMeanwhile = 6;
+constexpr std::size_t kTimesAheadMeanwhile = 8;
 // What is handed out at once. Waking a sleeping thread costs as much as classifying some hundred files.
 constexpr std::size_t kEntriesWorthWaking = 1024;
 constexpr std::size_t kDirectoriesWorthWaking = 64;

@@ -19,9 +19,9 @@ constexpr const char *kTool = "dpkg";
 
 // What one call is asked for at most. An argument vector may be 128 KiB on the smallest systems, and what is
 // held back until a call has ended well should stay small.
-constexpr std::size_t kMostPackagesAtOnce = 256;
+constexpr std::size_t kMostPackagesAtOnce = 1024;
 constexpr std::size_t kMostNameBytesAtOnce = std::size_t{32} * 1024;
-constexpr std::size_t kMostBytesHeldBack = std::size_t{16} << 20U;
+constexpr std::size_t kMostBytesHeldBack = std::size_t{32} << 20U;
 // Into how many calls one is divided whose answer can't be used.
 constexpr std::size_t kPartsOfFailedCall = 8;
 // No package tool lists more; a listing that does is garbage.
@@ -54,6 +54,49 @@ struct Entry {
     std::size_t package = 0; ///< index among those of the call
     std::string path;        ///< resolved; empty where `log` has something to say
     std::string log;
+};
+
+/// Entries, packed: there are a hundred thousand before it is known whether they count.
+class HeldBack {
+public:
+    /// The bytes that it takes.
+    std::size_t add(Entry entry)
+    {
+        auto *bytes = m_texts.allocate<char>(entry.path.size());
+        std::copy(entry.path.begin(), entry.path.end(), bytes);
+        std::uint32_t logLine = kNoLine;
+        const std::size_t size = sizeof(Packed) + entry.path.size() + entry.log.size();
+        if (!entry.log.empty()) {
+            logLine = static_cast<std::uint32_t>(m_logLines.size());
+            m_logLines.push_back(std::move(entry.log));
+        }
+        m_entries.push_back({.path = bytes,
+                             .length = static_cast<std::uint32_t>(entry.path.size()),
+                             .package = static_cast<std::uint32_t>(entry.package),
+                             .logLine = logLine});
+        return size;
+    }
+
+    template <typename Visit> void forEach(const Visit &visit) const
+    {
+        for (const Packed &entry : m_entries) {
+            visit(entry.package, std::string_view(entry.path, entry.length),
+                  entry.logLine == kNoLine ? nullptr : &m_logLines[entry.logLine]);
+        }
+    }
+
+private:
+    static constexpr std::uint32_t kNoLine = ~std::uint32_t{0};
+    struct Packed {
+        const char *path = nullptr;
+        std::uint32_t length = 0;
+        std::uint32_t package = 0;
+        std::uint32_t logLine = kNoLine;
+    };
+
+    Arena m_texts;
+    std::vector<Packed> m_entries;
+    std::vector<std::string> m_logLines;
 };
 
 // The tool's messages come in one stream with its lists, but not in step with them: in the middle of a line,
@@ -141,7 +184,8 @@ private:
         if (packages.size() == 1) {
             // Entered as they come, however many they are and however it ends.
             const LinesEnd end = run(packages, [&](std::string_view line) {
-                enter(packages, entryFor(packages, 0, line));
+                const Entry entry = entryFor(packages, 0, line);
+                enter(packages[0], entry.path, entry.log.empty() ? nullptr : &entry.log);
                 return true;
             });
             m_ended = m_ended || !end.complete;
@@ -162,13 +206,12 @@ private:
     // apart.
     bool listTogether(std::span<const ListedPackage> packages)
     {
-        std::vector<Entry> entries;
+        HeldBack held;
         std::size_t bytes = 0;
         std::size_t at = 0;
         bool left = false;
         const auto note = [&](std::string_view line) {
-            entries.push_back(entryFor(packages, at, line));
-            bytes += sizeof(Entry) + entries.back().path.size() + entries.back().log.size();
+            bytes += held.add(entryFor(packages, at, line));
         };
         // A warning that comes with every call, for instance about the whole database, comes once for all
         // packages of this one, in front. Alone, each of them would have it.
@@ -192,9 +235,9 @@ private:
         if (left || !end.complete || end.waitStatus != 0 || at + 1 != packages.size()) {
             return false;
         }
-        for (const Entry &entry : entries) {
-            enter(packages, entry);
-        }
+        held.forEach([&](std::uint32_t package, std::string_view path, const std::string *logLine) {
+            enter(packages[package], path, logLine);
+        });
         return true;
     }
 
@@ -225,12 +268,12 @@ private:
         return entry;
     }
 
-    void enter(std::span<const ListedPackage> packages, const Entry &entry)
+    void enter(const ListedPackage &package, std::string_view path, const std::string *logLine)
     {
-        if (!entry.log.empty()) {
-            m_log.line(entry.log);
-        } else if (!entry.path.empty()) {
-            m_index.assign(entry.path, packages[entry.package].name);
+        if (logLine != nullptr) {
+            m_log.line(*logLine);
+        } else if (!path.empty()) {
+            m_index.assign(path, package.name);
         }
     }
 

@@ -396,12 +396,12 @@ TEST_F(PackageLoading, asksNothingMoreOfAToolThatStallsAtItsList)
 
 TEST_F(PackageLoading, asksNothingMoreOfAToolThatStallsAtAFile)
 {
-    for (int i = 0; i < 600; ++i) {
-        m_tool.add(numbered(i), {.lines = {fmt::format("/file{}", i)}, .stalls = i == 300});
+    for (int i = 0; i < 3000; ++i) {
+        m_tool.add(numbered(i), {.lines = {fmt::format("/file{}", i)}, .stalls = i == 1500});
     }
     const LoadedPackages loaded = load();
     EXPECT_THAT(m_tool.asked(), SizeIs(3));
-    EXPECT_THAT(loaded.packages, SizeIs(256));
+    EXPECT_THAT(loaded.packages, SizeIs(1024));
 }
 
 TEST_F(PackageLoading, keepsWhatAToolToldOfASinglePackageBeforeItStalled)
