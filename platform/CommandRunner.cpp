@@ -4,13 +4,13 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -104,8 +104,9 @@ std::vector<std::string> candidatesFor(const std::string &program)
     std::size_t from = 0;
     while (true) {
         const std::size_t colon = path.find(':', from);
-        const std::string directory = path.substr(from, colon == std::string::npos ? colon : colon - from);
-        candidates.push_back(directory.empty() ? program : directory + "/" + program);
+        std::string candidate = path.substr(from, colon == std::string::npos ? colon : colon - from);
+        candidate.append(candidate.empty() ? "" : "/").append(program);
+        candidates.push_back(std::move(candidate));
         if (colon == std::string::npos) {
             return candidates;
         }

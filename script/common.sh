@@ -8,6 +8,10 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # shellcheck disable=SC2034 # read by the scripts that source this file
 jobs=$(nproc)
 
+# What one preset has compiled the others take where their flags are the same (dev and engine), and so does another
+# checkout: ccache is to see paths relative to the root.
+export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
+
 # fail SENTENCE...: says why on the error stream and ends the script.
 fail() {
     printf '%s\n' "${0##*/}: $*" >&2
