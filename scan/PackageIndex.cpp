@@ -210,9 +210,7 @@ private:
         std::size_t bytes = 0;
         std::size_t at = 0;
         bool left = false;
-        const auto note = [&](std::string_view line) {
-            bytes += held.add(entryFor(packages, at, line));
-        };
+        const auto note = [&](std::string_view line) { bytes += held.add(entryFor(packages, at, line)); };
         // A warning that comes with every call, for instance about the whole database, comes once for all
         // packages of this one, in front. Alone, each of them would have it.
         std::vector<std::string> inFront;
