@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/resource.h>
 #include <sys/time.h>
 #include <sys/wait.h>
@@ -19,6 +18,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -439,15 +439,15 @@ class Interruptions {
 public:
     explicit Interruptions(const std::string &fifo) : m_action(SIGALRM, &Interruptions::interrupt)
     {
-        s_fifo = fifo.c_str();
-        s_count = 0;
+        fifoPath = fifo.c_str();
+        interruptionCount = 0;
         set(500);
     }
     Interruptions(const Interruptions &) = delete;
     Interruptions &operator=(const Interruptions &) = delete;
     ~Interruptions() { set(0); }
 
-    [[nodiscard]] static int count() { return s_count; }
+    [[nodiscard]] static int count() { return interruptionCount; }
     static constexpr int kAtLeast = 20;
 
 private:
@@ -460,11 +460,11 @@ private:
 
     static void interrupt(int /*signal*/)
     {
-        if (++s_count < kAtLeast) {
+        if (++interruptionCount < kAtLeast) {
             return;
         }
         const int error = errno;
-        const int fifo = ::open(s_fifo, O_WRONLY | O_NONBLOCK | O_CLOEXEC); // fails until it is being read
+        const int fifo = ::open(fifoPath, O_WRONLY | O_NONBLOCK | O_CLOEXEC); // fails until it is being read
         if (fifo >= 0) {
             static_cast<void>(!::write(fifo, "\n", 1));
             ::close(fifo);
@@ -472,8 +472,8 @@ private:
         errno = error;
     }
 
-    static inline const char *s_fifo = nullptr;
-    static inline std::atomic<int> s_count = 0;
+    static inline const char *fifoPath = nullptr;
+    static inline std::atomic<int> interruptionCount = 0;
     ScopedAction m_action;
 };
 

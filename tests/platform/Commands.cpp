@@ -1,11 +1,11 @@
 #include "tests/platform/Commands.h"
 
 #include <dirent.h>
-#include <signal.h>
 #include <sys/wait.h>
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <memory>
 
