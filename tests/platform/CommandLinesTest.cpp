@@ -183,7 +183,7 @@ TEST_F(CommandLines, areNotWaitedForLongerThanTheLongestSilence)
 
 TEST_F(CommandLines, areGivenUpWhereAProgramStopsHalfWay)
 {
-    const LineLimits limits{.longestSilence = milliseconds(400)};
+    const LineLimits limits{.longestSilence = milliseconds(1500)};
     const LinesAndEnd read = linesOf("sh", script("echo whole; printf begun; kill -STOP $$; echo"), limits);
     EXPECT_THAT(read.lines, ElementsAre("whole"));
     EXPECT_FALSE(read.end.complete);
@@ -192,7 +192,7 @@ TEST_F(CommandLines, areGivenUpWhereAProgramStopsHalfWay)
 
 TEST_F(CommandLines, areAllThereThoughTheProgramGoesOnAfterItHasClosedItsOutput)
 {
-    const LineLimits limits{.longestSilence = milliseconds(400)};
+    const LineLimits limits{.longestSilence = milliseconds(1500)};
     const std::string closes = "echo text; exec >&- 2>&-; ";
     const LinesAndEnd hanging = linesOf("sh", script(closes + kForEver), limits);
     EXPECT_THAT(hanging.lines, ElementsAre("text"));
@@ -214,7 +214,7 @@ TEST_F(CommandLines, areFollowedByTheStatusOfAProgramThatEndsAWhileAfterItsOutpu
 
 TEST_F(CommandLines, areGivenUpWhereOnlyAProgramsOwnChildHoldsTheOutputOpen)
 {
-    const LineLimits limits{.longestSilence = milliseconds(400)};
+    const LineLimits limits{.longestSilence = milliseconds(1500)};
     const LinesAndEnd read = linesOf("sh", script("sleep 100000 & echo $!"), limits);
     ASSERT_EQ(read.lines.size(), 1U);
     const ::pid_t left = std::stoi(read.lines.front());

@@ -310,13 +310,10 @@ TEST_F(HostFiles, areAllNamedHoweverManyThereAre)
 TEST_F(HostFiles, areNamedWhereADirectoryMayBeReadThoughNotSearched)
 {
     m_directory.makeFile("listed/file");
-    m_directory.setMode("listed", 0744);
+    m_directory.setMode("listed", 0444);
     m_directory.makeFile("searched/file");
-    m_directory.setMode("searched", 0711);
+    m_directory.setMode("searched", 0111);
     asOrdinaryUser([&] {
-        if (::geteuid() != kOrdinaryUser) {
-            GTEST_SKIP() << "the owner may search these";
-        }
         const auto host = device();
         EXPECT_THAT(*host->entryNames("/listed"), ElementsAre("file"));
         EXPECT_EQ(host->entryNames("/searched").error(), EACCES);
