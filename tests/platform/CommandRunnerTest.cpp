@@ -149,10 +149,15 @@ TEST_F(CommandRunner, tellsThatNoChildCouldBeMade)
 TEST_F(CommandRunner, tellsThatThereAreNoDescriptorsLeft)
 {
     asOrdinaryUser([] {
-        const ::rlimit none = {.rlim_cur = 3, .rlim_max = 3};
-        ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-        EXPECT_EQ(openCommandOutput("true", {"true"}).stream, nullptr);
+        ::rlimit before = {};
+        ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+        const ::rlimit few = {.rlim_cur = 3, .rlim_max = before.rlim_max};
+        ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+        const CommandOutput output = openCommandOutput("true", {"true"});
         const LinesAndEnd read = linesOf("true", {"true"});
+        ::setrlimit(RLIMIT_NOFILE, &before); // what looks over the test needs descriptors too
+        EXPECT_EQ(output.stream, nullptr);
+        EXPECT_EQ(output.process, -1);
         EXPECT_NE(read.end.waitStatus, 0);
         EXPECT_FALSE(read.end.complete);
         EXPECT_TRUE(noChildIsLeft());
