@@ -1,5 +1,7 @@
 #include "platform/HostPathResolver.h"
 
+#include "platform/SplitPath.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -16,18 +18,6 @@ namespace {
 constexpr unsigned kAskedBeforeListing = 3;
 // Deeper paths go step by step rather than directory by directory, which takes a stack.
 constexpr std::ptrdiff_t kMostLevels = 128;
-
-struct Split {
-    std::string_view directory;
-    std::string_view name;
-};
-Split split(std::string_view path)
-{
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string_view::npos
-               ? Split{.directory = {}, .name = path}
-               : Split{.directory = path.substr(0, slash), .name = path.substr(slash + 1)};
-}
 
 bool isPlainName(std::string_view name)
 {
@@ -83,7 +73,7 @@ Result<std::string> HostPathResolver::resolve(std::string_view path)
 
 Result<ResolvedPath> HostPathResolver::resolve(std::string_view path, int links)
 {
-    const auto [above, name] = split(path);
+    const auto [above, name] = splitPath(path);
     if (!isPlainName(name) || name.size() > NAME_MAX ||
         std::count(path.begin(), path.end(), '/') > kMostLevels) {
         return m_device.resolveAsFarAsItExists(path);

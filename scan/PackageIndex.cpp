@@ -1,12 +1,12 @@
 #include "scan/PackageIndex.h"
 
+#include "platform/SplitPath.h"
 #include "platform/TextMap.h"
 #include "scan/Utf8.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <exception>
 #include <memory>
 #include <span>
 #include <utility>
@@ -36,18 +36,6 @@ struct ListedPackage {
     std::string name;
     std::string line; ///< of the list, for the log
 };
-
-struct Split {
-    std::string_view directory;
-    std::string_view name;
-};
-Split split(std::string_view path)
-{
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string_view::npos
-               ? Split{.directory = {}, .name = path}
-               : Split{.directory = path.substr(0, slash), .name = path.substr(slash + 1)};
-}
 
 /// What one line of a file list comes to.
 struct Entry {
@@ -313,7 +301,7 @@ std::uint32_t PackageIndex::numberOf(std::string_view package)
 
 void PackageIndex::assign(std::string_view path, std::string_view package)
 {
-    const auto [directory, name] = split(path);
+    const auto [directory, name] = splitPath(path);
     auto names = m_directories.find(directory);
     if (names == m_directories.end()) {
         names = m_directories.emplace(keep(directory), Names()).first;
@@ -328,7 +316,7 @@ void PackageIndex::assign(std::string_view path, std::string_view package)
 
 std::optional<std::string_view> PackageIndex::packageOf(std::string_view path) const
 {
-    const auto [directory, name] = split(path);
+    const auto [directory, name] = splitPath(path);
     const auto names = m_directories.find(directory);
     if (names == m_directories.end()) {
         return std::nullopt;
