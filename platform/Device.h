@@ -120,6 +120,28 @@ public:
     virtual Result<std::string> resolve(std::string_view path) = 0;
 };
 
+/// Removes things from the disk, for good. One thread at a time; must not outlive the device.
+///
+/// Whatever happens on the disk meanwhile, nothing goes but what a path names without any symbolic link on
+/// the way to it: the directory that holds it is opened from the root without following a link, and the rest
+/// is done relative to that directory. Between removals the last such directory stays open.
+class Remover {
+public:
+    Remover() = default;
+    Remover(const Remover &) = delete;
+    Remover &operator=(const Remover &) = delete;
+    virtual ~Remover() = default;
+
+    /// Removes a file, or a directory with all that is in it, links as links; the number of entries removed.
+    ///
+    /// Refused, with nothing removed: ELOOP where a component of the path, the last one included, is a link
+    /// now; EINVAL for a path with ".." in it and for the root; EBUSY for a directory that something is
+    /// mounted on. Below a directory, what is mounted there stays, with the directories that lead to it.
+    /// After a failure below a directory everything else in it is still removed, and the first failure is the
+    /// answer. Needs no memory for what a directory holds; the path and the tree may be of any depth.
+    virtual Result<std::uint64_t> remove(std::string_view path) = 0;
+};
+
 class Device {
 public:
     Device() = default;
@@ -157,6 +179,9 @@ public:
     [[nodiscard]] virtual Result<std::string> hostPath(std::string_view path) const;
 
     [[nodiscard]] virtual std::unique_ptr<PathResolver> makeResolver() const;
+
+    /// What changes a device; everything else only reads it, so whoever has a const device can't.
+    [[nodiscard]] virtual std::unique_ptr<Remover> makeRemover();
 };
 
 /// Puts the components of a relative path behind a path, as they are.

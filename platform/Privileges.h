@@ -1,0 +1,63 @@
+// The rights of the process where it is installed set-user-id root: the user's own, but for single moments.
+//
+// At entry the effective user becomes the real one; the saved set-user-id stays 0, so that root's rights can
+// be taken for one removal and given back after it. On Linux only the thread that removes has them (raw
+// system calls: the C library's would change every thread, by signals); elsewhere the whole process. A
+// process without the set-user-id bit goes through the same motions: taking the rights fails, the removal
+// then has the user's rights and reports what it may not remove.
+//
+// Rights that can't be given back end the process at once, whatever it was doing.
+#pragma once
+
+#include "platform/SystemCalls.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace slicewise {
+
+class Privileges {
+public:
+    /// The first act of main(), before any other thread: seteuid(getuid()), and where that changed or could
+    /// change anything, an environment and a process that owe nothing to whoever started us (see
+    /// kKeptVariables): umask 022, no descriptor beyond the standard streams, PATH as kPath.
+    /// The calls are borrowed; null means the real ones.
+    static Privileges dropAtEntry(const SystemCalls *calls = nullptr);
+
+    /// Whether the process was started with another effective user than its real one.
+    [[nodiscard]] bool isSetUserId() const { return m_setUserId; }
+    /// Whether the real user is root, who has all rights all the time.
+    [[nodiscard]] bool isRealRoot() const;
+
+    /// Gives up the saved id as well: real, effective and saved become the real user's, on all threads, and
+    /// nothing brings root's rights back. For everything but the host's own "/". Ends the process where it
+    /// does not succeed.
+    void giveUpForGood();
+
+    /// Root's rights for as long as it lives, on the thread that makes it; it must not leave that thread.
+    /// Keep it around the one call that removes.
+    class AsRoot {
+    public:
+        explicit AsRoot(const Privileges &privileges);
+        ~AsRoot();
+        AsRoot(const AsRoot &) = delete;
+        AsRoot &operator=(const AsRoot &) = delete;
+
+    private:
+        const Privileges &m_privileges;
+    };
+
+    /// What a set-user-id process keeps of its caller's environment, where the value holds no "/" and no
+    /// control character: how to write, nothing about where anything lies.
+    [[nodiscard]] static const std::vector<std::string_view> &keptVariables();
+    static constexpr std::string_view kPath = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
+
+private:
+    explicit Privileges(const SystemCalls &calls) : m_calls(&calls) {}
+
+    const SystemCalls *m_calls;
+    bool m_setUserId = false;
+};
+
+} // namespace slicewise
