@@ -1,6 +1,10 @@
 #include "platform/ChildProcess.h"
 
+#include "platform/OpenFiles.h"
+
 #include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -198,6 +202,19 @@ void takeBackSignals()
     ::pthread_sigmask(SIG_SETMASK, &byDefault.sa_mask, nullptr);
 }
 
+/// What a user may set for a process, and a program that runs as root should not have to bear: a file system
+/// that must not be left busy, files that others may write, a log or a database that can't be written to its
+/// end.
+void leaveWhatTheUserHasSet()
+{
+    static_cast<void>(!::chdir("/"));
+    ::umask(S_IWGRP | S_IWOTH);
+    const struct rlimit unlimited = {.rlim_cur = RLIM_INFINITY, .rlim_max = RLIM_INFINITY};
+    for (const auto resource : {RLIMIT_FSIZE, RLIMIT_CPU, RLIMIT_DATA, RLIMIT_AS}) {
+        static_cast<void>(::setrlimit(resource, &unlimited));
+    }
+}
+
 /// Other threads may have held any lock when the process was doubled, so nothing here allocates, prints or
 /// runs what is to be run at exit.
 [[noreturn]] void beChild(Program &program, int output, UserIds ids)
@@ -207,7 +224,12 @@ void takeBackSignals()
         output < 0 || (::dup2(output, STDOUT_FILENO) >= 0 && ::dup2(output, STDERR_FILENO) >= 0);
     // A failure matters only where the program would not be all root; any other user gains nothing by it.
     const ::uid_t user = ::geteuid();
+    const bool becomesRoot = ids == UserIds::AllAsTheEffectiveOne && user == 0 && ::getuid() != 0;
     const bool hasItsIds = ids == UserIds::Kept || ::setuid(user) == 0 || user != 0;
+    closeAllButStandardStreams();
+    if (becomesRoot) {
+        leaveWhatTheUserHasSet();
+    }
     if (redirected && hasItsIds) {
         program.execute();
     }

@@ -10,6 +10,11 @@ namespace slicewise {
 namespace {
 
 /// Asks the device for every path anew.
+class RefusingRemover final : public Remover {
+public:
+    Result<std::uint64_t> remove(std::string_view /*path*/) override { return ErrorNumber{ENOTSUP}; }
+};
+
 class PlainResolver final : public PathResolver {
 public:
     explicit PlainResolver(const Device &device) : m_device(device) {}
@@ -79,6 +84,11 @@ Result<std::string> Device::followedOnHost(std::string_view /*path*/) const
 std::unique_ptr<PathResolver> Device::makeResolver() const
 {
     return std::make_unique<PlainResolver>(*this);
+}
+
+std::unique_ptr<Remover> Device::makeRemover()
+{
+    return std::make_unique<RefusingRemover>();
 }
 
 Result<std::string> readFile(const Device &device, std::string_view path, std::size_t mostBytes)

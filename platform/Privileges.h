@@ -9,9 +9,8 @@
 // Rights that can't be given back end the process at once, whatever it was doing.
 #pragma once
 
-#include "platform/SystemCalls.h"
+#include "platform/UserIdCalls.h"
 
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -19,16 +18,16 @@ namespace slicewise {
 
 class Privileges {
 public:
-    /// The first act of main(), before any other thread: seteuid(getuid()), and where that changed or could
-    /// change anything, an environment and a process that owe nothing to whoever started us (see
-    /// kKeptVariables): umask 022, no descriptor beyond the standard streams, PATH as kPath.
-    /// The calls are borrowed; null means the real ones.
-    static Privileges dropAtEntry(const SystemCalls *calls = nullptr);
+    /// The first act of main(), before any other thread: seteuid(getuid()). Where the process was started
+    /// set-user-id it also rids itself of what its caller has put up around it: of the environment but for
+    /// keptVariables(), of descriptors beyond the standard streams, of the umask; PATH becomes kPath.
+    /// Ends the process where the ids do not change. The calls are borrowed; null means the real ones.
+    static Privileges dropAtEntry(const UserIdCalls *calls = nullptr);
 
     /// Whether the process was started with another effective user than its real one.
     [[nodiscard]] bool isSetUserId() const { return m_setUserId; }
     /// Whether the real user is root, who has all rights all the time.
-    [[nodiscard]] bool isRealRoot() const;
+    [[nodiscard]] bool isRealRoot() const { return m_realUser == 0; }
 
     /// Gives up the saved id as well: real, effective and saved become the real user's, on all threads, and
     /// nothing brings root's rights back. For everything but the host's own "/". Ends the process where it
@@ -54,9 +53,10 @@ public:
     static constexpr std::string_view kPath = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
 
 private:
-    explicit Privileges(const SystemCalls &calls) : m_calls(&calls) {}
+    explicit Privileges(const UserIdCalls &calls) : m_calls(&calls) {}
 
-    const SystemCalls *m_calls;
+    const UserIdCalls *m_calls;
+    ::uid_t m_realUser = 0;
     bool m_setUserId = false;
 };
 
