@@ -76,6 +76,11 @@ Result<std::string> Device::hostPath(std::string_view /*path*/) const
     return ErrorNumber{ENOTSUP};
 }
 
+Result<std::string> Device::followedOnHost(std::string_view /*path*/) const
+{
+    return ErrorNumber{ENOTSUP};
+}
+
 std::unique_ptr<PathResolver> Device::makeResolver() const
 {
     return std::make_unique<PlainResolver>(*this);

@@ -40,6 +40,7 @@ public:
     [[nodiscard]] Result<std::unique_ptr<ReadableFile>> openFile(std::string_view path) const override;
     [[nodiscard]] Result<std::vector<std::string>> entryNames(std::string_view path) const override;
     [[nodiscard]] Result<std::string> hostPath(std::string_view path) const override;
+    [[nodiscard]] Result<std::string> followedOnHost(std::string_view path) const override;
     [[nodiscard]] std::unique_ptr<PathResolver> makeResolver() const override;
 
     /// Passing through a directory, or asking about it, needs no right to read it.

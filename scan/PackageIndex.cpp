@@ -97,22 +97,8 @@ bool isWarning(std::string_view line)
 class IndexLoader {
 public:
     IndexLoader(const Device &device, Log &log, const PackageTool &tool)
-        : m_log(log), m_tool(tool), m_resolver(device.makeResolver())
-    {
-        const Result<std::string> root = device.hostPath("/");
-        if (!root) {
-            return; // it is on no host, so no program can look into it
-        }
-        if (*root == "/") {
-            m_front = {kTool};
-            return;
-        }
-        // The resolved path: below a root that is not its own the tool would follow the device's absolute
-        // links on the host, and see no packages, or somebody else's.
-        if (const Result<std::string> database = device.hostPath("/var/lib/dpkg")) {
-            m_front = {kTool, "--admindir=" + *database};
-        }
-    }
+        : m_log(log), m_tool(tool), m_resolver(device.makeResolver()), m_front(packageQueryFor(device))
+    {}
 
     PackageIndex load()
     {
@@ -358,6 +344,21 @@ PackageTool packageToolOnPath(const std::atomic<bool> *stop)
         limits.stop = stop;
         return forEachOutputLine(arguments.front(), arguments, line, limits);
     };
+}
+
+ArgumentVector packageQueryFor(const Device &device)
+{
+    const Result<std::string> root = device.hostPath("/");
+    if (!root) {
+        return {}; // it is on no host, so no program can look into it
+    }
+    if (*root == "/") {
+        return {kTool};
+    }
+    // The resolved path: below a root that is not its own the tool would follow the device's absolute links
+    // on the host, and see no packages, or somebody else's.
+    const Result<std::string> database = device.hostPath("/var/lib/dpkg");
+    return database ? ArgumentVector{kTool, "--admindir=" + *database} : ArgumentVector{};
 }
 
 PackageIndex loadPackageIndex(const Device &device, Log &log, const PackageTool &tool)

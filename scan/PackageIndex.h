@@ -57,6 +57,10 @@ using PackageTool = std::function<LinesEnd(const ArgumentVector &arguments,
 /// The real one: "dpkg", found on PATH, until `stop` (borrowed) becomes true.
 [[nodiscard]] PackageTool packageToolOnPath(const std::atomic<bool> *stop);
 
+/// How the tool is asked about a device: its name, then, where the device is not the whole host, where the
+/// device's own database lies. Empty where there is none to ask about.
+[[nodiscard]] ArgumentVector packageQueryFor(const Device &device);
+
 /// Asks the tool for all installed packages and for the files of each, and enters each file under the path
 /// that it really has on the device, links resolved. Of several packages that list a path the last one has
 /// it. A file that does not exist is entered all the same. Logs what can't be resolved ("Failed resolving

@@ -251,6 +251,14 @@ Result<std::string> FailingDevice::hostPath(std::string_view path) const
     return m_wrapped.hostPath(path);
 }
 
+Result<std::string> FailingDevice::followedOnHost(std::string_view path) const
+{
+    if (const auto failing = m_resolves.find(path); failing != m_resolves.end()) {
+        return ErrorNumber{failing->second};
+    }
+    return m_wrapped.followedOnHost(path);
+}
+
 std::unique_ptr<PathResolver> FailingDevice::makeResolver() const
 {
     return std::make_unique<Resolver>(*this);

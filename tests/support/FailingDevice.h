@@ -35,7 +35,7 @@ public:
     void failReading(const std::string &path, Break where, int error);
     /// The size of a file can't be read, neither in its directory nor by status().
     void failSize(const std::string &path, int error);
-    /// resolve() fails, the device's and a resolver's.
+    /// resolve() fails, the device's and a resolver's, and so does following the path on the host.
     void failResolve(const std::string &path, int error);
     /// openFile() fails.
     void failOpenFile(const std::string &path, int error);
@@ -61,6 +61,7 @@ public:
     [[nodiscard]] Result<std::unique_ptr<ReadableFile>> openFile(std::string_view path) const override;
     [[nodiscard]] Result<std::vector<std::string>> entryNames(std::string_view path) const override;
     [[nodiscard]] Result<std::string> hostPath(std::string_view path) const override;
+    [[nodiscard]] Result<std::string> followedOnHost(std::string_view path) const override;
     [[nodiscard]] std::unique_ptr<PathResolver> makeResolver() const override;
 
 private:
