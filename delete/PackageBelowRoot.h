@@ -1,8 +1,9 @@
 // Whether the package tool may remove a package from a device that is not the whole host.
 //
-// It knows of no root where it removes files: it goes to the device's directory with the package's path behind
-// it, and a link on that path leads wherever it says on the host. The same goes for the package database. So
-// a device whose links lead out, as an unpacked one's absolute links do, is looked at but never changed.
+// It knows of no root where it removes files: it goes to the device's directory with the package's path
+// behind it, and a link on that path leads wherever it says on the host. The same goes for the package
+// database. So a device whose links lead out, as an unpacked one's absolute links do, is looked at but never
+// changed.
 #pragma once
 
 #include "platform/Device.h"
