@@ -28,6 +28,16 @@ struct ClassifyArguments {
     std::vector<std::string> paths;
 };
 
+struct DeleteArguments {
+    /// Which device, how far the scan goes, and what it shows meanwhile.
+    ScanArguments scan;
+    std::vector<std::string> categories; ///< category paths, as typed
+    bool dryRun = false;
+    bool yes = false;
+    bool readOnly = false;
+    bool allowDelete = false;
+};
+
 /// What to print instead of doing anything, and with which exit status: help and version with 0 on standard
 /// output, a usage error with 2 on standard error.
 struct ArgumentsAnswer {
@@ -35,7 +45,7 @@ struct ArgumentsAnswer {
     int status = 0;
 };
 
-using Arguments = std::variant<ScanArguments, ClassifyArguments, ArgumentsAnswer>;
+using Arguments = std::variant<ScanArguments, ClassifyArguments, DeleteArguments, ArgumentsAnswer>;
 
 [[nodiscard]] Arguments readArguments(int argc, const char *const *argv);
 

@@ -3,19 +3,13 @@
 
 #include "cli/Arguments.h"
 #include "cli/Output.h"
-#include "scan/SZANode.h"
 
-#include <string>
 #include <string_view>
 
 namespace slicewise {
 
 int runScan(const ScanArguments &arguments, Output &output);
 int runClassify(const ClassifyArguments &arguments, Output &output);
-
-/// The node that a category path leads to, by the rules that files are inserted by; null where there is
-/// none. The empty path is the root.
-[[nodiscard]] const SZANode *nodeAtCategoryPath(const SZANode &root, std::string_view categoryPath);
 
 /// One sentence on standard error, under the program's name.
 void tell(std::string_view sentence);

@@ -1,6 +1,7 @@
 #include "cli/JsonReport.h"
 
 #include "cli/Numbers.h"
+#include "delete/DeletionPolicy.h"
 #include "scan/Utf8.h"
 #include "ui/NameText.h"
 
@@ -43,18 +44,21 @@ void writeNumber(Writer &writer, std::string_view key, std::uint64_t number)
     writer.Uint64(number);
 }
 
-void beginNode(Writer &writer, const SZANode &node)
+/// `path` leads to the node.
+void beginNode(Writer &writer, const std::vector<SZANode *> &path)
 {
+    const SZANode &node = *path.back();
     writer.StartObject();
     writeName(writer, "name", node.name());
     writeNumber(writer, "size", node.size());
     writeNumber(writer, "index", node.index());
+    writeNumber(writer, "deleteType", static_cast<std::uint64_t>(SZADeleteTypeForNodePath(path)));
     if (const auto filename = node.filename()) {
         writeName(writer, "filename", *filename);
     }
 }
 
-void writeTree(Writer &writer, const SZANode &top, std::size_t depth, const Output &output)
+void writeTree(Writer &writer, std::vector<SZANode *> path, std::size_t depth, const Output &output)
 {
     // An explicit stack: a tree may be deeper than the call stack.
     struct Level {
@@ -62,21 +66,26 @@ void writeTree(Writer &writer, const SZANode &top, std::size_t depth, const Outp
         std::size_t next = 0;
     };
     std::vector<Level> levels;
-    const auto enter = [&](const SZANode &node) {
-        beginNode(writer, node);
+    const auto enter = [&](SZANode &node) {
+        path.push_back(&node);
+        beginNode(writer, path);
         if (node.childCount() > 0 && levels.size() < depth) {
             writeText(writer, "children");
             writer.StartArray();
             levels.push_back({node.getNodes()});
         } else {
             writer.EndObject();
+            path.pop_back();
         }
     };
+    SZANode &top = *path.back();
+    path.pop_back();
     enter(top);
     while (!levels.empty() && !output.closed()) {
         Level &level = levels.back();
         if (level.next == level.nodes.size()) {
             levels.pop_back();
+            path.pop_back();
             writer.EndArray();
             writer.EndObject();
         } else {
@@ -119,7 +128,7 @@ void writeJson(const ScanResult &result, const ScanArguments &arguments, Output 
         writeErrorList(writer, result.report);
     }
     writeText(writer, "tree");
-    writeTree(writer, *result.shown, arguments.depth.value_or(std::numeric_limits<std::size_t>::max()),
+    writeTree(writer, result.shown, arguments.depth.value_or(std::numeric_limits<std::size_t>::max()),
               output);
     if (!output.closed()) {
         writer.EndObject();

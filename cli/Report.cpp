@@ -43,9 +43,10 @@ void writeParagraph(std::string_view text, const Terminal &terminal, Output &out
 void writeHeadline(const ScanResult &result, const ScanArguments &arguments, const Terminal &terminal,
                    Output &output)
 {
-    std::string name = shownText(result.shown->name());
-    std::string size = sizeTextForBytes(result.shown->size());
-    if (result.shown == result.root) {
+    const SZANode &shown = *result.shown.back();
+    std::string name = shownText(shown.name());
+    std::string size = sizeTextForBytes(shown.size());
+    if (result.shown.size() == 1) {
         size = fmt::format("{} used out of {}", size, sizeTextForBytes(result.report.diskSizeBytes()));
     } else {
         name = shownText(bytesOfTyped(arguments.path));
@@ -116,14 +117,18 @@ void writeReport(const ScanResult &result, const ScanArguments &arguments, const
                  Output &output)
 {
     writeHeadline(result, arguments, terminal, output);
-    const bool anyRows = writeTable(*result.shown, arguments, terminal, output);
-    if (!anyRows && arguments.depth.value_or(1) > 0) {
-        const std::optional<std::string> file = result.shown->filename();
+    const TableContent content = writeTable(result.shown, arguments, terminal, output);
+    if (!content.anyRows && arguments.depth.value_or(1) > 0) {
+        const std::optional<std::string> file = result.shown.back()->filename();
         writeParagraph(file ? fmt::format("The file {}", shownText(*file)) : "Nothing here.", terminal,
                        output);
     }
     if (!arguments.quiet) {
         output.write("\n");
+        if (content.anyDeletable) {
+            writeParagraph(fmt::format("{} may be deleted: slicewise-cli delete CATEGORY", kDeletableMark),
+                           terminal, output);
+        }
         writeClosing(result, arguments, terminal, output);
     }
 }

@@ -10,11 +10,12 @@
 #include "scan/SZANode.h"
 #include "scan/ScanReport.h"
 
+#include <vector>
+
 namespace slicewise {
 
 struct ScanResult {
-    const SZANode *root = nullptr;  ///< borrowed
-    const SZANode *shown = nullptr; ///< borrowed; the node that --path names
+    std::vector<SZANode *> shown; ///< borrowed: from the root to the node that --path names
     ScanReport report;
     double seconds = 0;
     bool asRoot = false; ///< the scan had every right there is

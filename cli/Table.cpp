@@ -1,6 +1,7 @@
 #include "cli/Table.h"
 
 #include "cli/Numbers.h"
+#include "delete/DeletionPolicy.h"
 #include "ui/NameText.h"
 #include "ui/Palette.h"
 #include "ui/SizeText.h"
@@ -24,6 +25,7 @@ namespace {
 constexpr std::size_t kMargin = 2;     // columns before a row, and between its fields
 constexpr std::size_t kIndent = 2;     // columns for each level
 constexpr std::size_t kShareWidth = 7; // "100.0 %"
+constexpr std::size_t kMarkMargin = 1;
 constexpr std::size_t kShortestBar = 8;
 constexpr std::size_t kLongestBar = 60;
 constexpr std::size_t kShortestName = 12;
@@ -37,6 +39,7 @@ struct Row {
     double fraction = 0; ///< of the shown node
     PaletteColor color;
     std::size_t level = 0;
+    bool deletable = false;
 };
 
 /// How wide each column is; 0 where there is no room for it.
@@ -46,6 +49,7 @@ struct Widths {
     std::size_t bar = 0;
     std::size_t size = 0;
     std::size_t share = 0;
+    std::size_t mark = 0;
 };
 
 double fractionOf(std::uint64_t part, std::uint64_t whole)
@@ -64,8 +68,8 @@ std::string shareText(std::uint64_t part, std::uint64_t whole)
 
 class RowCollector {
 public:
-    RowCollector(const SZANode &shown, const ScanArguments &arguments)
-        : m_shown(shown), m_depth(arguments.depth.value_or(1)), m_top(arguments.top)
+    RowCollector(const std::vector<SZANode *> &path, const ScanArguments &arguments)
+        : m_path(path), m_shown(*path.back()), m_depth(arguments.depth.value_or(1)), m_top(arguments.top)
     {}
 
     std::vector<Row> collect()
@@ -86,16 +90,21 @@ public:
             if (level.next == rows) {
                 addRest(level.nodes, rows, depth);
                 levels.pop_back();
+                m_path.pop_back();
                 continue;
             }
             const std::size_t rank = level.next++;
-            const SZANode &node = *level.nodes[rank];
+            SZANode &node = *level.nodes[rank];
             if (depth == 0) {
                 m_color = colorOfRow(rank);
             }
             add(shownText(node.name()), node.size(), m_color, depth);
+            m_path.push_back(&node);
+            m_rows.back().deletable = SZADeleteTypeForNodePath(m_path) != SZADeleteTypeNone;
             if (depth + 1 < m_depth) {
                 levels.push_back({node.getNodes()});
+            } else {
+                m_path.pop_back();
             }
         }
         return std::move(m_rows);
@@ -126,6 +135,7 @@ private:
             depth == 0 ? kNeutralGrey : m_color, depth);
     }
 
+    std::vector<SZANode *> m_path; ///< to the level that is being collected
     const SZANode &m_shown;
     std::size_t m_depth;
     std::optional<std::size_t> m_top;
@@ -140,9 +150,11 @@ Widths fit(const std::vector<Row> &rows, const Terminal &terminal)
     for (const Row &row : rows) {
         longestName = std::max(longestName, columnsOf(row.name) + row.level * kIndent);
         widths.size = std::max(widths.size, columnsOf(row.size));
+        widths.mark = std::max(widths.mark, row.deletable ? columnsOf(kDeletableMark) : 0);
     }
     widths.swatch = terminal.colors == Colors::None ? 0 : 2;
-    const std::size_t fixed = kMargin + widths.swatch + kMargin + widths.size;
+    const std::size_t forMark = widths.mark == 0 ? 0 : kMarkMargin + widths.mark;
+    const std::size_t fixed = kMargin + widths.swatch + kMargin + widths.size + forMark;
     std::size_t left = terminal.columns > fixed ? terminal.columns - fixed : 0;
     if (left >= kShortestName + kMargin + kShareWidth) {
         widths.share = kShareWidth;
@@ -227,18 +239,23 @@ void writeRow(const Row &row, double largest, const Widths &widths, const Termin
     if (widths.share > 0) {
         line.append(kMargin, ' ').append(rightAligned(row.share, widths.share));
     }
+    if (row.deletable) {
+        line.append(kMarkMargin, ' ').append(kDeletableMark);
+    }
     output.write(line.append("\n"));
 }
 
 } // namespace
 
-bool writeTable(const SZANode &shown, const ScanArguments &arguments, const Terminal &terminal,
+TableContent writeTable(const std::vector<SZANode *> &path, const ScanArguments &arguments, const Terminal &terminal,
                 Output &output)
 {
-    const std::vector<Row> rows = RowCollector(shown, arguments).collect();
+    const std::vector<Row> rows = RowCollector(path, arguments).collect();
     double largest = 0;
+    TableContent content{.anyRows = !rows.empty()};
     for (const Row &row : rows) {
         largest = std::max(largest, row.fraction);
+        content.anyDeletable = content.anyDeletable || row.deletable;
     }
     const Widths widths = fit(rows, terminal);
     for (const Row &row : rows) {
@@ -247,7 +264,7 @@ bool writeTable(const SZANode &shown, const ScanArguments &arguments, const Term
         }
         writeRow(row, largest, widths, terminal, output);
     }
-    return !rows.empty();
+    return content;
 }
 
 } // namespace slicewise

@@ -1,4 +1,4 @@
-// The rows of the report: swatch, name, bar, size and share, in columns that fit the terminal.
+// The rows of the report: swatch, name, bar, size, share and mark, in columns that fit the terminal.
 //
 // A level's children stand in display order, each level of --depth below its parent and indented. The colours
 // are those of the slices; bars are drawn in eighths of a column, the longest for the largest row.
@@ -9,10 +9,20 @@
 #include "cli/Terminal.h"
 #include "scan/SZANode.h"
 
+#include <string_view>
+#include <vector>
+
 namespace slicewise {
 
-/// Writes the rows below `shown`; false where there are none.
-bool writeTable(const SZANode &shown, const ScanArguments &arguments, const Terminal &terminal,
+/// Stands behind a row that may be deleted.
+inline constexpr std::string_view kDeletableMark = "\xC3\x97"; // U+00D7
+
+struct TableContent {
+    bool anyRows = false;
+    bool anyDeletable = false;
+};
+/// Writes the rows below the last node of the path.
+TableContent writeTable(const std::vector<SZANode *> &path, const ScanArguments &arguments, const Terminal &terminal,
                 Output &output);
 
 } // namespace slicewise

@@ -9,12 +9,12 @@ namespace slicewise {
 
 namespace {
 
-/// Asks the device for every path anew.
 class RefusingRemover final : public Remover {
 public:
     Result<std::uint64_t> remove(std::string_view /*path*/) override { return ErrorNumber{ENOTSUP}; }
 };
 
+/// Asks the device for every path anew.
 class PlainResolver final : public PathResolver {
 public:
     explicit PlainResolver(const Device &device) : m_device(device) {}
