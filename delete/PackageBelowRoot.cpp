@@ -2,8 +2,7 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <array>
+#include <cerrno>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -41,13 +40,18 @@ private:
     {
         const Result<std::string> place = m_device.followedOnHost(path);
         if (!place) {
-            return fmt::format("where {} leads can't be found out ({})", path,
-                               std::generic_category().message(place.error()));
+            return unknown(path, place.error());
         }
         if (*place == m_root || place->starts_with(m_root + "/")) {
             return std::nullopt;
         }
         return fmt::format("{} leads out of {}", path, m_root);
+    }
+
+    [[nodiscard]] static std::string unknown(std::string_view path, int error)
+    {
+        return fmt::format("where {} leads can't be found out ({})", path,
+                           std::generic_category().message(error));
     }
 
     // The tool must find the very database that was asked about before.
@@ -73,6 +77,9 @@ private:
         for (const std::string_view directory : {"", "/info", "/updates", "/triggers"}) {
             const std::string path = std::string(kDatabase).append(directory);
             const Result<std::vector<std::string>> names = m_device.entryNames(path);
+            if (!names && names.error() != ENOENT) {
+                return unknown(path, names.error());
+            }
             for (std::size_t at = 0; names && at < names->size(); ++at) {
                 if (Reason reason = leadsOut(path + "/" + (*names)[at])) {
                     return reason;
@@ -100,9 +107,10 @@ private:
             }
             return true;
         });
-        constexpr std::array<std::string_view, 3> kAbsent = {"", "not-installed", "config-files"};
-        if (end.waitStatus != 0 || !end.complete ||
-            std::find(kAbsent.begin(), kAbsent.end(), state) != kAbsent.end()) {
+        if (end.waitStatus != 0 || !end.complete || state.empty()) {
+            return "the package tool does not know it";
+        }
+        if (state == "not-installed" || state == "config-files") {
             return fmt::format("it is not installed in {}", m_root);
         }
         return std::nullopt;

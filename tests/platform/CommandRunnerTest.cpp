@@ -232,6 +232,18 @@ TEST_F(CommandRunner, leavesTheStandardStreamsAsTheyAre)
     EXPECT_EQ(readHostFile(m_directory.pathOf("output")), "out\nerr\n");
 }
 
+TEST_F(CommandRunner, leavesStandardInputAsItIs)
+{
+    m_directory.writeFile("input", "first\nsecond\nthird\n");
+    asOrdinaryUser([&] {
+        const UniqueFd file(::open(m_directory.pathOf("input").c_str(), O_RDONLY | O_CLOEXEC));
+        ASSERT_EQ(::dup2(file.get(), STDIN_FILENO), STDIN_FILENO);
+        EXPECT_EQ(runCommand("sh", script("read line; [ $line = first ]")), 0);
+        EXPECT_THAT(outputOf("sh", script("read line; echo $line")), Pair("second\n", 0));
+        EXPECT_THAT(linesOf("sh", script("read line; echo $line")).lines, testing::ElementsAre("third"));
+    });
+}
+
 TEST_F(CommandRunner, putsBothStreamsIntoOneInTheOrderOfWriting)
 {
     EXPECT_THAT(outputOf("sh", script("echo a; echo b >&2; echo c; printf d >&2")), Pair("a\nb\nc\nd", 0));
@@ -385,6 +397,8 @@ TEST_F(CommandRunner, readsAProgramThatKeepsOurUserIds)
         EXPECT_THAT(outputOf("id", {"id", "-r", "-u"}), Pair(user + "\n", 0));
         EXPECT_THAT(outputOf("id", {"id", "-u"}), Pair("0\n", 0));
         EXPECT_EQ(linesOf("id", {"id", "-r", "-u"}).lines, std::vector{user});
+        EXPECT_EQ(::getuid(), kOrdinaryUser);
+        EXPECT_EQ(::geteuid(), 0U);
     });
 }
 

@@ -1,28 +1,12 @@
 #include "tests/platform/Commands.h"
 
-#include <dirent.h>
 #include <sys/wait.h>
 
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
-#include <memory>
 
 namespace slicewise {
-
-namespace {
-
-void setVariable(const char *name, const std::optional<std::string> &value)
-{
-    if (value) {
-        ::setenv(name, value->c_str(), 1); // NOLINT(concurrency-mt-unsafe): tests do so with one thread
-    } else {
-        ::unsetenv(name); // NOLINT(concurrency-mt-unsafe): as above
-    }
-}
-
-} // namespace
 
 ArgumentVector script(const std::string &text, const std::vector<std::string> &parameters)
 {
@@ -72,20 +56,6 @@ bool noChildIsLeft()
 bool isRunning(::pid_t process)
 {
     return ::kill(process, 0) == 0 || errno != ESRCH;
-}
-
-ScopedVariable::ScopedVariable(const char *name, const std::optional<std::string> &value) : m_name(name)
-{
-    const char *before = std::getenv(name); // NOLINT(concurrency-mt-unsafe): as above
-    if (before != nullptr) {
-        m_before = before;
-    }
-    setVariable(name, value);
-}
-
-ScopedVariable::~ScopedVariable()
-{
-    setVariable(m_name, m_before);
 }
 
 } // namespace slicewise

@@ -1,11 +1,11 @@
-// What the tests of running programs share: shell scripts, what is left of them, our environment.
+// What the tests of running programs share: shell scripts, and what is left of them.
 #pragma once
 
 #include "platform/CommandRunner.h"
+#include "tests/support/ScopedVariable.h"
 
 #include <sys/types.h>
 
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -32,18 +32,5 @@ struct LinesAndEnd {
 /// Whether all our children have been waited for.
 [[nodiscard]] bool noChildIsLeft();
 [[nodiscard]] bool isRunning(::pid_t process);
-
-/// An environment variable, set (or taken away) for a while.
-class ScopedVariable {
-public:
-    ScopedVariable(const char *name, const std::optional<std::string> &value);
-    ScopedVariable(const ScopedVariable &) = delete;
-    ScopedVariable &operator=(const ScopedVariable &) = delete;
-    ~ScopedVariable();
-
-private:
-    const char *m_name;
-    std::optional<std::string> m_before;
-};
 
 } // namespace slicewise

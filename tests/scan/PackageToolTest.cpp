@@ -6,14 +6,12 @@
 #include "tests/scan/PackageTools.h"
 #include "tests/support/DiskState.h"
 #include "tests/support/RunProgram.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <optional>
 
 namespace slicewise {
 
@@ -30,32 +28,6 @@ using ::testing::UnorderedElementsAre;
 constexpr const char *kRealTool = "/usr/bin/dpkg";
 constexpr const char *kSystemsPath = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
 
-/// Another PATH, while it lives. No other thread runs then.
-class PathVariable {
-public:
-    explicit PathVariable(const std::string &value)
-    {
-        // NOLINTNEXTLINE(concurrency-mt-unsafe): see above
-        if (const char *before = std::getenv("PATH")) {
-            m_before = before;
-        }
-        ::setenv("PATH", value.c_str(), 1); // NOLINT(concurrency-mt-unsafe): see above
-    }
-    PathVariable(const PathVariable &) = delete;
-    PathVariable &operator=(const PathVariable &) = delete;
-    ~PathVariable()
-    {
-        if (m_before) {
-            ::setenv("PATH", m_before->c_str(), 1); // NOLINT(concurrency-mt-unsafe): see above
-        } else {
-            ::unsetenv("PATH"); // NOLINT(concurrency-mt-unsafe): see above
-        }
-    }
-
-private:
-    std::optional<std::string> m_before;
-};
-
 /// A tree with a database to point at, and a program "dpkg" that a test writes.
 class PackageProgram : public ::testing::Test {
 protected:
@@ -69,7 +41,7 @@ protected:
     }
     [[nodiscard]] LoadedPackages load() const
     {
-        const PathVariable path(m_programs.path() + ":" + kSystemsPath);
+        const ScopedVariable path("PATH", m_programs.path() + ":" + kSystemsPath);
         return loadPackages(*HostDevice::open(m_root.path()).value(), packageToolOnPath(nullptr));
     }
 
@@ -143,7 +115,7 @@ protected:
 
 TEST(PackagesOfThisMachine, areTheSameAskedTogetherAndOneByOne)
 {
-    const PathVariable path(kSystemsPath);
+    const ScopedVariable path("PATH", kSystemsPath);
     const auto device = HostDevice::open("/").value();
     const LoadedPackages together = loadPackages(*device, packageToolOnPath(nullptr));
     ASSERT_FALSE(together.packages.empty());
@@ -171,11 +143,11 @@ TEST(PackagesOfThisMachine, areTheSameThroughAProgramThatTakesOneNameOnly)
     programs.setMode("dpkg", 0755);
     LoadedPackages together;
     {
-        const PathVariable path(kSystemsPath);
+        const ScopedVariable path("PATH", kSystemsPath);
         together = loadPackages(*device, packageToolOnPath(nullptr));
     }
     ASSERT_FALSE(together.packages.empty());
-    const PathVariable path(programs.path() + ":" + kSystemsPath);
+    const ScopedVariable path("PATH", programs.path() + ":" + kSystemsPath);
     const LoadedPackages alone = loadPackages(*device, packageToolOnPath(nullptr));
     EXPECT_EQ(together.packages, alone.packages);
     EXPECT_EQ(together.lines, alone.lines);
@@ -209,7 +181,7 @@ TEST_F(PackageProgram, losesTheLastCharacterOfAListWithoutANewlineAtItsEnd)
 TEST_F(PackageProgram, thatIsNotThereLeavesTheIndexEmpty)
 {
     const TemporaryDirectory empty;
-    const PathVariable path(empty.path());
+    const ScopedVariable path("PATH", empty.path());
     const auto device = HostDevice::open(m_root.path()).value();
     EXPECT_THAT(loadPackages(*device, packageToolOnPath(nullptr)).packages, IsEmpty());
     const auto host = HostDevice::open("/").value();
@@ -270,7 +242,7 @@ TEST_F(PackageProgram, isNotAskedOnceStoppedHasBeenSaid)
     const std::atomic<bool> stop = true;
     m_programs.writeFile("dpkg", "#!/bin/sh\nprintf '+++\\nii  a 1\\n'\n");
     m_programs.setMode("dpkg", 0755);
-    const PathVariable path(m_programs.path() + ":" + kSystemsPath);
+    const ScopedVariable path("PATH", m_programs.path() + ":" + kSystemsPath);
     EXPECT_THAT(loadPackages(*HostDevice::open(m_root.path()).value(), packageToolOnPath(&stop)).packages,
                 IsEmpty());
 }
@@ -289,7 +261,7 @@ TEST_F(PackageDatabase, givesEachFileToItsPackage)
     const auto before = diskState(m_root.path());
     std::vector<std::string> lines;
     Log log([&lines](std::string_view line) { lines.emplace_back(line); });
-    const PathVariable path(kSystemsPath);
+    const ScopedVariable path("PATH", kSystemsPath);
     const PackageIndex packageIndex = loadPackageIndex(*device, log, packageToolOnPath(nullptr));
     EXPECT_EQ(diskState(m_root.path()), before);
 
@@ -312,7 +284,7 @@ TEST_F(PackageDatabase, givesAFileThatIsReachedThroughALinkToItsPackage)
     m_root.makeDirectory("private/opt");
     m_root.rename("opt/data", "private/opt/data");
     m_root.makeLink("opt/data", "/private/opt/data");
-    const PathVariable path(kSystemsPath);
+    const ScopedVariable path("PATH", kSystemsPath);
     const LoadedPackages loaded =
         loadPackages(*HostDevice::open(m_root.path()).value(), packageToolOnPath(nullptr));
     EXPECT_THAT(loaded.packages,
@@ -330,7 +302,7 @@ TEST_F(PackageDatabase, isTheSameAskedOneByOneWhereOnePackagesListIsMissing)
     install("second", {"/usr/share/second"});
     install("third", {"/usr/share/third"});
     m_root.remove("private/var/lib/dpkg/info/second.list");
-    const PathVariable path(kSystemsPath);
+    const ScopedVariable path("PATH", kSystemsPath);
     const auto device = HostDevice::open(m_root.path()).value();
     const LoadedPackages together = loadPackages(*device, packageToolOnPath(nullptr));
     EXPECT_EQ(together, loadPackages(*device, oneAtATime(packageToolOnPath(nullptr))));
@@ -344,7 +316,7 @@ TEST_F(PackageDatabase, thatIsDamagedLeavesTheIndexEmpty)
 {
     install("adv-cmds", {"/usr/bin/finger"});
     m_root.writeFile("private/var/lib/dpkg/status", std::string(5000, '\xfe') + "\nPackage");
-    const PathVariable path(kSystemsPath);
+    const ScopedVariable path("PATH", kSystemsPath);
     EXPECT_THAT(loadPackages(*HostDevice::open(m_root.path()).value(), packageToolOnPath(nullptr)).packages,
                 IsEmpty());
 }
