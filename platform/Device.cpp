@@ -43,6 +43,12 @@ private:
     const Device &m_device;
 };
 
+/// The remover of a device that nothing can be removed from.
+class RefusingRemover final : public Remover {
+public:
+    Result<std::uint64_t> remove(std::string_view /*path*/) override { return ErrorNumber{ENOTSUP}; }
+};
+
 } // namespace
 
 void appendComponents(std::string &path, std::string_view rest)
@@ -74,6 +80,11 @@ Result<std::string> Device::hostPath(std::string_view /*path*/) const
 std::unique_ptr<PathResolver> Device::makeResolver() const
 {
     return std::make_unique<PlainResolver>(*this);
+}
+
+std::unique_ptr<Remover> Device::makeRemover()
+{
+    return std::make_unique<RefusingRemover>();
 }
 
 Result<std::string> readFile(const Device &device, std::string_view path, std::size_t mostBytes)
