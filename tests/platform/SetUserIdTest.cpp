@@ -122,7 +122,7 @@ TEST_F(SetUserId, aCommandGetsNothingThatTheUserHasPutUp)
 {
     ProgramRun run = probe({});
     run.arguments = {"/bin/sh", "-c",
-                     "cd /tmp; umask 0; ulimit -f 1; ulimit -t 1000; exec 7</dev/null; "
+                     "cd /tmp; umask 0; ulimit -S -f 1; ulimit -S -t 1000; exec 7</dev/null; "
                      "exec \"$0\" run sh -c 'pwd; umask; ulimit -f; ulimit -t; ls /proc/$$/fd; env'",
                      program()};
     const std::string output = outputOf(run);
