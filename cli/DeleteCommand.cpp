@@ -139,8 +139,9 @@ private:
 
     static std::string questionFor(const SZANode &node, SZADeleteType type, const std::string &shown)
     {
-        return asksBeforeDeletion(type) ? fmt::format(fmt::runtime(kUninstallQuestion), shownText(node.name()))
-                                        : fmt::format("Delete {}?", shown);
+        return asksBeforeDeletion(type)
+                   ? fmt::format(fmt::runtime(kUninstallQuestion), shownText(node.name()))
+                   : fmt::format("Delete {}?", shown);
     }
 
     bool deleteNode(const std::vector<SZANode *> &path, const DeletionPlan &plan, const std::string &category)

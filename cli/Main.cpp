@@ -19,8 +19,8 @@ namespace {
 
 constexpr int kInterrupted = 130;
 
-// A scan reads and writes nothing, and a deletion leaves nothing half done but what was asked for, so they may
-// end at any moment; waiting for their threads could take as long as the disk does.
+// A scan reads and writes nothing, and a deletion leaves nothing half done but what was asked for, so they
+// may end at any moment; waiting for their threads could take as long as the disk does.
 extern "C" void endOnInterrupt(int)
 {
     slicewise::Progress::takeOffTerminal();

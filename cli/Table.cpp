@@ -247,8 +247,8 @@ void writeRow(const Row &row, double largest, const Widths &widths, const Termin
 
 } // namespace
 
-TableContent writeTable(const std::vector<SZANode *> &path, const ScanArguments &arguments, const Terminal &terminal,
-                Output &output)
+TableContent writeTable(const std::vector<SZANode *> &path, const ScanArguments &arguments,
+                        const Terminal &terminal, Output &output)
 {
     const std::vector<Row> rows = RowCollector(path, arguments).collect();
     double largest = 0;

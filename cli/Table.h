@@ -22,7 +22,7 @@ struct TableContent {
     bool anyDeletable = false;
 };
 /// Writes the rows below the last node of the path.
-TableContent writeTable(const std::vector<SZANode *> &path, const ScanArguments &arguments, const Terminal &terminal,
-                Output &output);
+TableContent writeTable(const std::vector<SZANode *> &path, const ScanArguments &arguments,
+                        const Terminal &terminal, Output &output);
 
 } // namespace slicewise

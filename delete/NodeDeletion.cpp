@@ -59,7 +59,8 @@ private:
 std::string_view withoutLastComponent(std::string_view path)
 {
     const std::size_t slash = path.rfind('/');
-    return slash == std::string_view::npos ? std::string_view() : path.substr(0, std::max<std::size_t>(slash, 1));
+    return slash == std::string_view::npos ? std::string_view()
+                                           : path.substr(0, std::max<std::size_t>(slash, 1));
 }
 
 // ---- photos
@@ -94,8 +95,8 @@ std::optional<std::string> identifierOfAsset(std::string_view relativePath, cons
     return identifier;
 }
 
-/// Hexadecimal digits in the groups in which an identifier is written as text: 8, 4, 4, 4 and the rest. Absent
-/// where there are too few of them for that.
+/// Hexadecimal digits in the groups in which an identifier is written as text: 8, 4, 4, 4 and the rest.
+/// Absent where there are too few of them for that.
 std::optional<std::string> grouped(std::string_view digits)
 {
     constexpr std::size_t kBeforeLastGroup = 20;
@@ -115,13 +116,12 @@ bool deleteAsset(std::string_view identifier, Deletion &deletion)
     };
     const auto answer = std::make_shared<Answer>();
     Log &log = deletion.log;
-    deletion.photoLibrary.deleteAssetWithURLHandler(
-        fmt::format("assets-library://asset/?id={}", identifier),
-        [answer, &log](bool success, const std::string &error) {
-            log.line(error);
-            answer->success = success;
-            answer->given.release();
-        });
+    deletion.photoLibrary.deleteAssetWithURLHandler(fmt::format("assets-library://asset/?id={}", identifier),
+                                                    [answer, &log](bool success, const std::string &error) {
+                                                        log.line(error);
+                                                        answer->success = success;
+                                                        answer->given.release();
+                                                    });
     answer->given.acquire();
     return answer->success;
 }

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -51,15 +50,24 @@ void keepOnlyHarmlessVariables()
 
 } // namespace
 
-Privileges Privileges::dropAtEntry(const UserIdCalls *calls)
+Privileges::Privileges(const UserIdCalls &calls) : m_calls(&calls)
+{
+    const UserIdSet ids = calls.ids();
+    m_realUser = ids.real;
+    m_setUserId = ids.effective != ids.real || ids.saved != ids.real;
+}
+
+Privileges Privileges::afterEntry(const UserIdCalls *calls)
 {
     static const UserIdCalls real;
-    Privileges privileges(calls != nullptr ? *calls : real);
-    const UserIdSet before = privileges.m_calls->ids();
-    privileges.m_realUser = before.real;
-    privileges.m_setUserId = before.effective != before.real || before.saved != before.real;
-    static_cast<void>(privileges.m_calls->setEffective(before.real));
-    if (privileges.m_calls->ids().effective != before.real) {
+    return Privileges(calls != nullptr ? *calls : real);
+}
+
+Privileges Privileges::dropAtEntry(const UserIdCalls *calls)
+{
+    Privileges privileges = afterEntry(calls);
+    static_cast<void>(privileges.m_calls->setEffective(privileges.m_realUser));
+    if (privileges.m_calls->ids().effective != privileges.m_realUser) {
         endAtOnce("The rights of root could not be given back.\n");
     }
     if (privileges.m_setUserId) {

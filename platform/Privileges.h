@@ -24,6 +24,9 @@ public:
     /// Ends the process where the ids do not change. The calls are borrowed; null means the real ones.
     static Privileges dropAtEntry(const UserIdCalls *calls = nullptr);
 
+    /// Of a process whose entry has done that already; for what is made later.
+    static Privileges afterEntry(const UserIdCalls *calls = nullptr);
+
     /// Whether the process was started with another effective user than its real one.
     [[nodiscard]] bool isSetUserId() const { return m_setUserId; }
     /// Whether the real user is root, who has all rights all the time.
@@ -53,7 +56,7 @@ public:
     static constexpr std::string_view kPath = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
 
 private:
-    explicit Privileges(const UserIdCalls &calls) : m_calls(&calls) {}
+    explicit Privileges(const UserIdCalls &calls);
 
     const UserIdCalls *m_calls;
     ::uid_t m_realUser = 0;
