@@ -184,7 +184,7 @@ public:
     /// Where on the host a program ends up that goes to hostPath("/") with the path behind it and knows of no
     /// root: absolute links lead from the host's "/", and ".." leads out. All links are followed, that of the
     /// last component too; from a missing component on the rest is as it was given. ENOENT where ".." is in
-    /// that rest; ESTALE where the root is no longer found under its path.
+    /// that rest; EINVAL for a null byte; ESTALE where the root is no longer found under its path.
     [[nodiscard]] virtual Result<std::string> followedOnHost(std::string_view path) const;
 
     [[nodiscard]] virtual std::unique_ptr<PathResolver> makeResolver() const;

@@ -122,6 +122,9 @@ private:
 
 Result<std::string> HostDevice::followedOnHost(std::string_view path) const
 {
+    if (path.find('\0') != std::string_view::npos) {
+        return ErrorNumber{EINVAL}; // no program could be told of the rest
+    }
     struct stat ours = {};
     struct stat found = {};
     if (m_calls->statOpen(m_root.get(), &ours) != 0 ||

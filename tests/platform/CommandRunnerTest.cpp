@@ -11,6 +11,7 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -293,26 +294,18 @@ TEST_F(CommandRunner, worksWithAnyOfTheStandardStreamsClosed)
     }
 }
 
-TEST_F(CommandRunner, givesAChildNoDescriptorThatIsClosedOnExec)
+TEST_F(CommandRunner, givesAChildTheStandardStreamsAndNoOtherDescriptor)
 {
-    const UniqueFd ours(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-    m_directory.makeFifo("fifo");
-    const CommandOutput other =
-        openCommandOutput("sh", script("read x < \"$1\"", {m_directory.pathOf("fifo")}));
-    std::set<int> expected;
-    for (const int descriptor : openDescriptors()) {
-        if ((::fcntl(descriptor, F_GETFD) & FD_CLOEXEC) == 0) {
-            expected.insert(descriptor);
-        }
-    }
-    std::string text;
-    for (const int descriptor : expected) {
-        text += std::to_string(descriptor) + "\n";
-    }
+    const UniqueFd closedOnExec(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    const UniqueFd inherited(::open("/dev/null", O_RDONLY)); // NOLINT(android-cloexec-open): what it is for
+    const UniqueFd farOff(::fcntl(inherited.get(), F_DUPFD, 200));
+    ASSERT_TRUE(closedOnExec && inherited && farOff);
     // Not the shell's last command, so that it stays a shell.
-    EXPECT_THAT(outputOf("sh", script("ls -v /proc/$$/fd; :")), Pair(text, 0));
-    std::ofstream(m_directory.pathOf("fifo")) << "\n";
-    EXPECT_EQ(closeCommandOutput(other), 0);
+    EXPECT_THAT(outputOf("sh", script("ls -v /proc/$$/fd; :")), Pair("0\n1\n2\n", 0));
+    EXPECT_THAT(linesOf("sh", script("ls -v /proc/$$/fd; :")).lines, testing::ElementsAre("0", "1", "2"));
+    const std::string list = m_directory.pathOf("list");
+    EXPECT_EQ(runCommand("sh", script("( ls -v /proc/$$/fd ) > \"$1\"; :", {list})), 0);
+    EXPECT_EQ(readHostFile(list), "0\n1\n2\n");
 }
 
 // ---- several at once
@@ -384,6 +377,35 @@ TEST_F(CommandRunner, runsAProgramAsRootInEveryRespectWhereWeAreRootInOne)
         EXPECT_EQ(effective, 0U);
         EXPECT_EQ(saved, kOrdinaryUser);
     });
+}
+
+/// Where the program is, what its files are made with, and how large they may get.
+constexpr const char *kPrintSurroundings = "pwd; umask; ulimit -S -f";
+
+TEST_F(CommandRunner, runsAProgramAsRootWithoutWhatAnotherUserHasSet)
+{
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can be another user and root at once";
+    }
+    m_directory.makeFile("root's");
+    m_directory.makeFile("user's");
+    withOwnMounts([&] { // as root in a child
+        ASSERT_EQ(::chdir(m_directory.path().c_str()), 0);
+        ::umask(0);
+        ::rlimit limit = {};
+        ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+        limit.rlim_cur = 1024 * 1024;
+        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+        const auto print = [&](const char *file) {
+            return script(std::string("( ") + kPrintSurroundings + " ) > \"$1\"", {m_directory.pathOf(file)});
+        };
+        EXPECT_EQ(runCommand("sh", print("user's")), 0); // whose real user is root has set it for himself
+        ASSERT_EQ(::setresuid(kOrdinaryUser, 0, kOrdinaryUser), 0);
+        EXPECT_EQ(runCommand("sh", print("root's")), 0);
+        EXPECT_EQ(outputOf("sh", script("pwd; umask")).first, m_directory.path() + "\n0000\n");
+    });
+    EXPECT_EQ(readHostFile(m_directory.pathOf("root's")), "/\n0022\nunlimited\n");
+    EXPECT_EQ(readHostFile(m_directory.pathOf("user's")), m_directory.path() + "\n0000\n2048\n");
 }
 
 TEST_F(CommandRunner, readsAProgramThatKeepsOurUserIds)

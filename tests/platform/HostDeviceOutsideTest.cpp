@@ -125,6 +125,7 @@ TEST_F(FollowedOnHost, tellsWhatCannotBeFollowed)
     m_directory.makeLink("root/to file", "a/b/file");
     EXPECT_EQ(follow("/loop"), error(ELOOP));
     EXPECT_EQ(follow("/loop/below"), error(ELOOP));
+    EXPECT_EQ(follow(std::string("/a\0/b", 5)), error(EINVAL));
     EXPECT_EQ(follow("/a/b/file/below"), error(ENOTDIR));
     EXPECT_EQ(follow("/to file/below"), error(ENOTDIR));
     EXPECT_EQ(follow("/a/b/file/"), inRoot("/a/b/file"));
