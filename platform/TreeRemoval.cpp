@@ -22,6 +22,17 @@ bool saysNotEmpty(int error)
     return error == ENOTEMPTY || error == EEXIST;
 }
 
+// Whether a name does not lead to the directory any more that it led to.
+bool saysMoved(int error)
+{
+    return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ESTALE;
+}
+
+FileIdentity identityOf(const struct stat &status)
+{
+    return {.device = status.st_dev, .inode = status.st_ino};
+}
+
 } // namespace
 
 TreeRemoval::TreeRemoval(const SystemCalls &calls, std::size_t mostOpen) : m_calls(calls)
@@ -158,15 +169,14 @@ int TreeRemoval::enterAs(int holder, Level level)
     if (error == 0 && m_calls.statOpen(opened->get(), &status) != 0) {
         error = errno;
     }
-    const FileIdentity identity{.device = status.st_dev, .inode = status.st_ino};
-    if (error == 0 && level.passes > 1 && identity != level.identity) {
+    if (error == 0 && level.passes > 1 && identityOf(status) != level.identity) {
         error = ENOTEMPTY; // one pass more was for the directory that had this name
     }
     if (error != 0) {
         m_names.resize(level.nameAt);
         return error;
     }
-    level.identity = identity;
+    level.identity = identityOf(status);
     if (index - m_firstOpen == m_listings.size()) {
         closeUpTo(m_firstOpen + 1);
     }
@@ -237,8 +247,7 @@ void TreeRemoval::leave()
     const std::size_t index = m_levels.size() - 1;
     if (index == 0 || m_firstOpen < index) {
         listingOf(index).close();
-    } else if (openAbove() != 0) {
-        walkAgainFromTheTop();
+    } else if (const int error = openAbove(); error != 0 && !walkAgainFromTheTop(error)) {
         return;
     }
     const Level level = std::move(m_levels.back());
@@ -256,32 +265,29 @@ void TreeRemoval::leave()
 int TreeRemoval::openAbove()
 {
     const std::size_t index = m_levels.size() - 1;
-    Level &above = m_levels[index - 1];
     UniqueFd opened(m_calls.openAt(innermost(), "..", kOpenDirectory));
     struct stat status = {};
     if (!opened || m_calls.statOpen(opened.get(), &status) != 0) {
         return errno;
     }
-    if (FileIdentity{.device = status.st_dev, .inode = status.st_ino} != above.identity) {
+    if (identityOf(status) != m_levels[index - 1].identity) {
         return ESTALE;
     }
     listingOf(index).close();
-    listingOf(index - 1).begin(std::move(opened));
-    m_firstOpen = index - 1;
-    above.isSkipping = !above.lastFailed.empty();
+    resume(index - 1, std::move(opened));
     return 0;
 }
 
-// The innermost level has been moved, or its directory above can't be opened from it. Opens the one furthest
-// down that is still at its place, and gives up those below it.
-void TreeRemoval::walkAgainFromTheTop()
+// The innermost level has been moved, or the one above it can't be opened from there for another reason.
+// Opens the one furthest down that is still at its place. True where that is the one above; otherwise those
+// below it are given up, and whatever has their place by now is met when it is listed again.
+bool TreeRemoval::walkAgainFromTheTop(int error)
 {
     closeUpTo(m_levels.size());
-    const std::size_t count = m_levels.size() - 1; // the innermost one is lost whatever is found
+    const std::size_t wanted = m_levels.size() - 1;
     UniqueFd at;
     std::size_t found = 0;
-    int error = ESTALE;
-    for (; found < count; ++found) {
+    for (; found < wanted; ++found) {
         const Level &level = m_levels[found];
         Result<UniqueFd> opened = openInside(at ? at.get() : m_parent, m_names.c_str() + level.nameAt);
         struct stat status = {};
@@ -289,22 +295,36 @@ void TreeRemoval::walkAgainFromTheTop()
             error = opened ? errno : opened.error();
             break;
         }
-        if (FileIdentity{.device = status.st_dev, .inode = status.st_ino} != level.identity) {
+        if (identityOf(status) != level.identity) {
+            error = ESTALE;
             break;
         }
         at = std::move(opened).value();
     }
+    if (found == wanted) {
+        resume(found - 1, std::move(at));
+        return true;
+    }
     const std::string lost = m_names.c_str() + m_levels[found].nameAt;
     m_names.resize(m_levels[found].nameAt);
     m_levels.resize(found);
-    m_firstOpen = found == 0 ? 0 : found - 1;
+    m_firstOpen = 0;
     if (found > 0) {
-        listingOf(found - 1).begin(std::move(at));
+        resume(found - 1, std::move(at));
     }
-    noteFailure(lost.c_str(), error);
-    if (found > 0) {
-        m_levels.back().isSkipping = true;
+    // Who moves directories again and again does not keep us here.
+    if (found == 0 || !saysMoved(error) || ++m_levels.back().passes >= kMostPasses) {
+        noteFailure(lost.c_str(), error);
     }
+    return false;
+}
+
+void TreeRemoval::resume(std::size_t index, UniqueFd directory)
+{
+    Level &level = m_levels[index];
+    listingOf(index).begin(std::move(directory));
+    m_firstOpen = index;
+    level.isSkipping = !level.lastFailed.empty();
 }
 
 // The level's directory has been emptied as far as that went; the one that it lies in is the innermost again.

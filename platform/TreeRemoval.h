@@ -8,8 +8,8 @@
 //   goes as the link that it is.
 // - Going up, a directory whose descriptor is still open is where it was listed, wherever it lies by now. One
 //   that had to be closed is opened as ".." and has to be the same (st_dev, st_ino). If it is not, somebody
-//   has moved what we were in, and the names are walked again from the top, each directory compared; what is
-//   not found there is left alone.
+//   has moved what we were in, and the names are walked again from the top, each directory compared; what has
+//   been moved out of the tree is left alone.
 //
 // Descriptors and buffers are those of the few directories that are furthest down. A directory that was
 // closed is listed from its start again: all that could be removed is gone from it, and what could not is
@@ -68,7 +68,8 @@ private:
     Result<UniqueFd> openInside(int holder, const char *name);
     int checkIsNoMountPoint(int holder, int directory);
     int openAbove();
-    void walkAgainFromTheTop();
+    bool walkAgainFromTheTop(int error);
+    void resume(std::size_t index, UniqueFd directory);
     void closeUpTo(std::size_t level);
 
     void noteRemoved();
