@@ -40,9 +40,9 @@ TEST_F(AppDelete, theFunctionOfOlderSystemsIsAskedFirstAndZeroMeansSuccess)
     installer().workspaceAnswers = true;
     EXPECT_TRUE(appDelete(makeApplication(), deletion()));
     EXPECT_THAT(installer().asked, ElementsAre("find function", "call function com.example.game"));
-    EXPECT_THAT(logged(), ElementsAre("Deleting app", "Found node", "Found info node",
-                                      "Found name: com.example.game", "Searching iOS7 Method",
-                                      "Found iOS7 Method"));
+    EXPECT_THAT(logged(),
+                ElementsAre("Deleting app", "Found node", "Found info node", "Found name: com.example.game",
+                            "Searching iOS7 Method", "Found iOS7 Method"));
 }
 
 TEST_F(AppDelete, anythingButZeroFromTheFunctionIsAFailureAndTheClassIsNotTried)
@@ -63,9 +63,10 @@ TEST_F(AppDelete, theFunctionIsLookedUpOnceAndSaidToBeFoundEachTime)
     EXPECT_TRUE(appDelete(nodeAt("Applications/Game"), deletion()));
     EXPECT_THAT(installer().asked, ElementsAre("find function", "call function com.example.game",
                                                "call function com.example.game"));
-    EXPECT_THAT(std::vector<std::string>(logged().begin() + static_cast<std::ptrdiff_t>(before), logged().end()),
-                ElementsAre("Deleting app", "Found node", "Found info node", "Found name: com.example.game",
-                            "Found iOS7 Method"));
+    EXPECT_THAT(
+        std::vector<std::string>(logged().begin() + static_cast<std::ptrdiff_t>(before), logged().end()),
+        ElementsAre("Deleting app", "Found node", "Found info node", "Found name: com.example.game",
+                    "Found iOS7 Method"));
 }
 
 TEST_F(AppDelete, withoutTheFunctionTheClassOfNewerSystemsIsAsked)
@@ -73,9 +74,9 @@ TEST_F(AppDelete, withoutTheFunctionTheClassOfNewerSystemsIsAsked)
     installer().workspaceAnswers = true;
     EXPECT_TRUE(appDelete(makeApplication(), deletion()));
     EXPECT_THAT(installer().asked, ElementsAre("find function", "find class", "call class com.example.game"));
-    EXPECT_THAT(logged(), ElementsAre("Deleting app", "Found node", "Found info node",
-                                      "Found name: com.example.game", "Searching iOS7 Method",
-                                      "Searching iOS8 Class", "Found iOS8 Class"));
+    EXPECT_THAT(logged(),
+                ElementsAre("Deleting app", "Found node", "Found info node", "Found name: com.example.game",
+                            "Searching iOS7 Method", "Searching iOS8 Class", "Found iOS8 Class"));
     installer().workspaceAnswers = false;
     EXPECT_FALSE(appDelete(nodeAt("Applications/Game"), deletion()));
 }
@@ -108,7 +109,8 @@ TEST_F(AppDelete, noFileGoesAndNoRightsAreTaken)
 TEST_F(AppDelete, anApplicationWithoutABundleIsNotUninstalled)
 {
     addFile("Applications/Game/Documents/save", "/private/var/mobile/Applications/0815/Documents/save");
-    addFile("Applications/Game/Game.APP/Info.plist", "/private/var/mobile/Applications/0815/Game.APP/Info.plist");
+    addFile("Applications/Game/Game.APP/Info.plist",
+            "/private/var/mobile/Applications/0815/Game.APP/Info.plist");
     EXPECT_FALSE(appDelete(nodeAt("Applications/Game"), deletion()));
     EXPECT_THAT(logged(), ElementsAre("Deleting app"));
     EXPECT_THAT(installer().asked, IsEmpty());
@@ -123,8 +125,9 @@ TEST_F(AppDelete, aBundleWithoutAPropertyListIsNotUninstalled)
 
 TEST_F(AppDelete, aPropertyListThatCanNotBeReadOrHasNoIdentifierEndsIt)
 {
-    for (const std::string &info : {std::string("rubbish"), std::string(), xmlList("<array/>"), xmlList("<dict/>"),
-                                    xmlList("<dict><key>CFBundleIdentifier</key><dict/></dict>")}) {
+    for (const std::string &info :
+         {std::string("rubbish"), std::string(), xmlList("<array/>"), xmlList("<dict/>"),
+          xmlList("<dict><key>CFBundleIdentifier</key><dict/></dict>")}) {
         EXPECT_FALSE(appDelete(makeApplication(info), deletion())) << info;
         EXPECT_EQ(logged().back(), "Found info node");
     }
@@ -145,8 +148,8 @@ TEST_F(AppDelete, anInfoNodeWithoutAFileEndsIt)
 TEST_F(AppDelete, binaryPropertyListsAreReadAsWell)
 {
     installer().functionAnswers = 0;
-    const BinaryList list({dictionaryObject({1}, {2}), asciiObject("CFBundleIdentifier"),
-                           asciiObject("com.example.binary")});
+    const BinaryList list(
+        {dictionaryObject({1}, {2}), asciiObject("CFBundleIdentifier"), asciiObject("com.example.binary")});
     EXPECT_TRUE(appDelete(makeApplication(list.bytes()), deletion()));
     EXPECT_EQ(installer().asked.back(), "call function com.example.binary");
 }
@@ -156,7 +159,8 @@ TEST_F(AppDelete, ofTwoBundlesTheFirstInTheListIsUsed)
     installer().functionAnswers = 0;
     for (const std::string name : {"A", "B"}) {
         const std::string bundle = "/Applications/0815/" + name + ".app/Info.plist";
-        folder().writeFile(bundle.substr(1), infoWith("com.example." + name) + std::string(name == "B" ? 100 : 0, ' '));
+        folder().writeFile(bundle.substr(1),
+                           infoWith("com.example." + name) + std::string(name == "B" ? 100 : 0, ' '));
         addFile("Applications/Game/" + name + ".app/Info.plist", bundle);
     }
     EXPECT_EQ(nodeAt("Applications/Game").getNodes().front()->name(), "B.app");

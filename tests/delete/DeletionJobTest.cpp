@@ -1,4 +1,5 @@
 #include "delete/DeletionJob.h"
+
 #include "scan/SZAException.h"
 #include "tests/delete/DeletionFixture.h"
 

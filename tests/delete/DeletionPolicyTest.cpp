@@ -42,8 +42,20 @@ SZADeleteType typeOf(std::initializer_list<std::string_view> names)
 }
 
 constexpr std::string_view kCategories[] = {
-    "Applications", "Application Data", "Cydia Packages", "iTunes",  "Message Attachments", "Messages", "Photos",
-    "Logs",         "Operating System", "Temporary Data", "Others", "ROMs",                "Ringtones", "",
+    "Applications",
+    "Application Data",
+    "Cydia Packages",
+    "iTunes",
+    "Message Attachments",
+    "Messages",
+    "Photos",
+    "Logs",
+    "Operating System",
+    "Temporary Data",
+    "Others",
+    "ROMs",
+    "Ringtones",
+    "",
 };
 
 TEST(DeletionPolicy, theNumbersOfTheTypesAreFixed)
@@ -126,8 +138,9 @@ TEST(DeletionPolicy, noOtherCategoryIsEverDeletable)
 
 TEST(DeletionPolicy, namesAreComparedExactly)
 {
-    for (const std::string_view category : {"others", "OTHERS", "Others ", " Others", "Other", "Othersx", "logs",
-                                            "roms", "temporary data", "applications", "cydia packages"}) {
+    for (const std::string_view category :
+         {"others", "OTHERS", "Others ", " Others", "Other", "Othersx", "logs", "roms", "temporary data",
+          "applications", "cydia packages"}) {
         EXPECT_EQ(typeOf({category, "x"}), SZADeleteTypeNone) << category;
     }
     EXPECT_EQ(typeOf({"photos", "DCIM", "100APPLE", "x"}), SZADeleteTypeNone);

@@ -1,4 +1,5 @@
 #include "delete/NodeDeletion.h"
+
 #include "tests/delete/DeletionFixture.h"
 #include "tests/support/TreeText.h"
 
@@ -19,7 +20,8 @@ protected:
     void failToRemove(const std::string &name, int error)
     {
         calls().failWhere(
-            Function::UnlinkAt, [name](const FailingSystemCalls::Call &call) { return call.path == name; }, error);
+            Function::UnlinkAt, [name](const FailingSystemCalls::Call &call) { return call.path == name; },
+            error);
     }
 };
 
@@ -209,8 +211,9 @@ TEST_F(ParentDeleteDeathTest, aNodeWithoutAFileEndsTheProcess)
 {
     const SZANode node;
     deletion().log.setSink({});
-    EXPECT_DEATH(static_cast<void>(parentDelete(node, deletion())),
-                 "Assertion failed: \\(self\\.filename\\), function -\\[SZANode parentDelete\\], file SZANode");
+    EXPECT_DEATH(
+        static_cast<void>(parentDelete(node, deletion())),
+        "Assertion failed: \\(self\\.filename\\), function -\\[SZANode parentDelete\\], file SZANode");
 }
 
 } // namespace

@@ -36,7 +36,8 @@ protected:
             statements += "INSERT INTO ZGENERICASSET (ZDIRECTORY, ZFILENAME, ZUUID) VALUES ('" +
                           asset.directory + "', '" + asset.filename + "', " + asset.identifier + ");";
         }
-        SampleDatabase database(folder().pathOf("private/var/mobile/Media/PhotoData/Photos.sqlite"), statements);
+        SampleDatabase database(folder().pathOf("private/var/mobile/Media/PhotoData/Photos.sqlite"),
+                                statements);
         database.close();
     }
 
@@ -153,7 +154,8 @@ TEST_F(AssetDelete, aFileThatCanNotBeRemovedIsALineInTheLog)
 {
     calls().failEach(FailingSystemCalls::Function::UnlinkAt, EPERM);
     EXPECT_FALSE(deletePhoto());
-    EXPECT_THAT(logged(), ElementsAre("“" + std::string(kPhoto) + "” could not be removed: Operation not permitted"));
+    EXPECT_THAT(logged(),
+                ElementsAre("“" + std::string(kPhoto) + "” could not be removed: Operation not permitted"));
 }
 
 TEST_F(AssetDelete, aLibraryThatReportsAFailureLeavesTheFile)
@@ -190,7 +192,8 @@ TEST_F(AssetDelete, nothingIsWrittenBesideTheDatabase)
 {
     makeLibrary({{"DCIM/100APPLE", "IMG_0001.JPG", "'id'"}});
     EXPECT_TRUE(deletePhoto());
-    EXPECT_THAT(device().entryNames("/private/var/mobile/Media/PhotoData").value(), ElementsAre("Photos.sqlite"));
+    EXPECT_THAT(device().entryNames("/private/var/mobile/Media/PhotoData").value(),
+                ElementsAre("Photos.sqlite"));
 }
 
 TEST_F(AssetDeleteDeathTest, aFileOutsideTheMediaDirectoryEndsTheProcess)

@@ -33,7 +33,7 @@ public:
     }
 
     mutable std::vector<std::string> changes;
-    std::string failing;   ///< the change that fails
+    std::string failing;    ///< the change that fails
     std::string pretending; ///< the change that says it was made, and was not
 
 private:

@@ -59,26 +59,39 @@ TEST_F(SetUserId, rightAfterTheStartTheEffectiveUserIsTheRealOneAndTheSavedIdIsR
 
 TEST_F(SetUserId, onlyTheThreadThatRemovesIsRootAndOnlyMeanwhile)
 {
-    EXPECT_EQ(outputOf(probe({"threads"})), std::string(kAtEntry) +
-                                                "before main effective 65534\n"
-                                                "before other effective 65534\n"
-                                                "during main effective 0\n"
-                                                "during other effective 65534\n"
-                                                "after main effective 65534\n"
-                                                "after other effective 65534\n");
+    EXPECT_EQ(outputOf(probe({"threads"})), std::string(kAtEntry) + "before main effective 65534\n"
+                                                                    "before other effective 65534\n"
+                                                                    "during main effective 0\n"
+                                                                    "during other effective 65534\n"
+                                                                    "after main effective 65534\n"
+                                                                    "after other effective 65534\n");
 }
 
 TEST_F(SetUserId, nothingOfTheCallersEnvironmentIsLeftButHowToWrite)
 {
     ProgramRun run = probe({"facts"});
     run.environment = {
-        {"PATH", "/tmp/evil"},     {"LD_PRELOAD", "/nowhere.so"}, {"LD_LIBRARY_PATH", "/tmp"},
-        {"LD_AUDIT", "/tmp"},      {"QT_PLUGIN_PATH", "/tmp"},    {"QT_QPA_PLATFORM", "offscreen"},
-        {"QML2_IMPORT_PATH", "x"}, {"IFS", "x"},                  {"ENV", "/tmp/x"},
-        {"BASH_ENV", "/tmp/x"},    {"TMPDIR", "/tmp/x"},          {"HOME", "/tmp"},
-        {"DPKG_ROOT", "/tmp"},     {"DPKG_ADMINDIR", "/tmp"},     {"PERL5LIB", "/tmp"},
-        {"SHELL", "/tmp/sh"},      {"MALLOC_CHECK_", "3"},        {"XDG_CONFIG_HOME", "/tmp"},
-        {"TERM", "xterm"},         {"LANG", "C.UTF-8"},           {"LC_ALL", "../../tmp/evil"},
+        {"PATH", "/tmp/evil"},
+        {"LD_PRELOAD", "/nowhere.so"},
+        {"LD_LIBRARY_PATH", "/tmp"},
+        {"LD_AUDIT", "/tmp"},
+        {"QT_PLUGIN_PATH", "/tmp"},
+        {"QT_QPA_PLATFORM", "offscreen"},
+        {"QML2_IMPORT_PATH", "x"},
+        {"IFS", "x"},
+        {"ENV", "/tmp/x"},
+        {"BASH_ENV", "/tmp/x"},
+        {"TMPDIR", "/tmp/x"},
+        {"HOME", "/tmp"},
+        {"DPKG_ROOT", "/tmp"},
+        {"DPKG_ADMINDIR", "/tmp"},
+        {"PERL5LIB", "/tmp"},
+        {"SHELL", "/tmp/sh"},
+        {"MALLOC_CHECK_", "3"},
+        {"XDG_CONFIG_HOME", "/tmp"},
+        {"TERM", "xterm"},
+        {"LANG", "C.UTF-8"},
+        {"LC_ALL", "../../tmp/evil"},
         {"NO_COLOR", "a\nb"},
     };
     const std::string output = outputOf(run);
