@@ -209,9 +209,13 @@ void leaveWhatTheUserHasSet()
 {
     static_cast<void>(!::chdir("/"));
     ::umask(S_IWGRP | S_IWOTH);
-    const struct rlimit unlimited = {.rlim_cur = RLIM_INFINITY, .rlim_max = RLIM_INFINITY};
     for (const auto resource : {RLIMIT_FSIZE, RLIMIT_CPU, RLIMIT_DATA, RLIMIT_AS}) {
-        static_cast<void>(::setrlimit(resource, &unlimited));
+        struct rlimit limit = {.rlim_cur = RLIM_INFINITY, .rlim_max = RLIM_INFINITY};
+        // Not every root may go beyond the upper limit; then up to that.
+        if (::setrlimit(resource, &limit) != 0 && ::getrlimit(resource, &limit) == 0) {
+            limit.rlim_cur = limit.rlim_max;
+            static_cast<void>(::setrlimit(resource, &limit));
+        }
     }
 }
 

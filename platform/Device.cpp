@@ -9,11 +9,6 @@ namespace slicewise {
 
 namespace {
 
-class RefusingRemover final : public Remover {
-public:
-    Result<std::uint64_t> remove(std::string_view /*path*/) override { return ErrorNumber{ENOTSUP}; }
-};
-
 /// Asks the device for every path anew.
 class PlainResolver final : public PathResolver {
 public:
@@ -46,6 +41,12 @@ public:
 
 private:
     const Device &m_device;
+};
+
+/// The remover of a device that nothing can be removed from.
+class RefusingRemover final : public Remover {
+public:
+    Result<std::uint64_t> remove(std::string_view /*path*/) override { return ErrorNumber{ENOTSUP}; }
 };
 
 } // namespace

@@ -124,7 +124,8 @@ public:
 ///
 /// Whatever happens on the disk meanwhile, nothing goes but what a path names without any symbolic link on
 /// the way to it: the directory that holds it is opened from the root without following a link, and the rest
-/// is done relative to that directory. Between removals the last such directory stays open.
+/// is done relative to that directory. Between removals the last such directory stays open, for whatever is
+/// named by the same text; where it has been moved, it is still the one that its neighbours are removed from.
 class Remover {
 public:
     Remover() = default;
@@ -135,10 +136,12 @@ public:
     /// Removes a file, or a directory with all that is in it, links as links; the number of entries removed.
     ///
     /// Refused, with nothing removed: ELOOP where a component of the path, the last one included, is a link
-    /// now; EINVAL for a path with ".." in it and for the root; EBUSY for a directory that something is
-    /// mounted on. Below a directory, what is mounted there stays, with the directories that lead to it.
-    /// After a failure below a directory everything else in it is still removed, and the first failure is the
-    /// answer. Needs no memory for what a directory holds; the path and the tree may be of any depth.
+    /// now; EINVAL for a path with ".." or a null byte in it and for the root; EBUSY for a directory that
+    /// something is mounted on. Below a directory, what is mounted there stays, with the directories that
+    /// lead to it. After a failure below a directory everything else in it is still removed, and the first
+    /// failure is the answer. What somebody else removes from it meanwhile is no failure; that there is
+    /// nothing at the path itself is one, ENOENT. ENOTEMPTY where somebody keeps filling a directory. Needs
+    /// no memory for what a directory holds; the path and the tree may be of any depth.
     virtual Result<std::uint64_t> remove(std::string_view path) = 0;
 };
 

@@ -3,6 +3,7 @@
 #include "platform/HostDirectoryReader.h"
 #include "platform/HostFile.h"
 #include "platform/HostPathResolver.h"
+#include "platform/HostRemover.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -436,6 +437,11 @@ Result<std::string> HostDevice::hostPath(std::string_view path) const
 std::unique_ptr<PathResolver> HostDevice::makeResolver() const
 {
     return std::make_unique<HostPathResolver>(*this);
+}
+
+std::unique_ptr<Remover> HostDevice::makeRemover()
+{
+    return std::make_unique<HostRemover>(*this);
 }
 
 } // namespace slicewise

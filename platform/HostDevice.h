@@ -42,6 +42,7 @@ public:
     [[nodiscard]] Result<std::string> hostPath(std::string_view path) const override;
     [[nodiscard]] Result<std::string> followedOnHost(std::string_view path) const override;
     [[nodiscard]] std::unique_ptr<PathResolver> makeResolver() const override;
+    [[nodiscard]] std::unique_ptr<Remover> makeRemover() override;
 
     /// Passing through a directory, or asking about it, needs no right to read it.
     enum class OpenFor : std::uint8_t { Reading, Passing };

@@ -16,20 +16,44 @@
 
 namespace slicewise {
 
-int SystemCalls::openWithoutLinks(int directory, const char *path, int flags) const
-{
+namespace {
+
 #if defined(__linux__)
+// glibc has no wrapper for it.
+int openBy(int directory, const char *path, int flags, std::uint64_t resolve)
+{
     open_how how{};
     how.flags = static_cast<unsigned>(flags);
-    how.resolve = RESOLVE_NO_SYMLINKS;
-    // glibc has no wrapper for it.
+    how.resolve = resolve;
     return static_cast<int>(::syscall(SYS_openat2, directory, path, &how, sizeof how));
+}
 #else
-    static_cast<void>(directory);
-    static_cast<void>(path);
-    static_cast<void>(flags);
+int refuse()
+{
     errno = ENOSYS;
     return -1;
+}
+#endif
+
+} // namespace
+
+int SystemCalls::openWithoutLinks([[maybe_unused]] int directory, [[maybe_unused]] const char *path,
+                                  [[maybe_unused]] int flags) const
+{
+#if defined(__linux__)
+    return openBy(directory, path, flags, RESOLVE_NO_SYMLINKS);
+#else
+    return refuse();
+#endif
+}
+
+int SystemCalls::openBeneath([[maybe_unused]] int directory, [[maybe_unused]] const char *path,
+                             [[maybe_unused]] int flags) const
+{
+#if defined(__linux__)
+    return openBy(directory, path, flags, RESOLVE_NO_SYMLINKS | RESOLVE_NO_XDEV | RESOLVE_BENEATH);
+#else
+    return refuse();
 #endif
 }
 
@@ -46,6 +70,31 @@ int SystemCalls::statAt(int directory, const char *path, struct stat *status, in
 int SystemCalls::statOpen(int descriptor, struct stat *status) const
 {
     return ::fstat(descriptor, status);
+}
+
+int SystemCalls::mountOf([[maybe_unused]] int descriptor, [[maybe_unused]] std::uint64_t *mount) const
+{
+#if defined(__linux__)
+    struct statx status = {};
+    if (::statx(descriptor, "", AT_EMPTY_PATH, STATX_MNT_ID, &status) == 0 &&
+        (status.stx_mask & STATX_MNT_ID) != 0) {
+        *mount = status.stx_mnt_id;
+        return 0;
+    }
+    // Kernels before 5.8 tell it beside a file handle, which there is no room for and no need of.
+    struct file_handle handle = {};
+    int number = 0;
+    if (::name_to_handle_at(descriptor, "", &handle, &number, AT_EMPTY_PATH) == 0 || errno == EOVERFLOW) {
+        *mount = static_cast<std::uint64_t>(number);
+        return 0;
+    }
+    if (errno == EOPNOTSUPP || errno == EPERM) { // a file system without handles; a sandbox
+        errno = ENOSYS;
+    }
+    return -1;
+#else
+    return refuse();
+#endif
 }
 
 int SystemCalls::fileSystemOf(int descriptor, FileSystemFacts *facts) const
@@ -90,16 +139,19 @@ int SystemCalls::lockRange(int file, short type, std::uint64_t offset, std::uint
     return ::fcntl(file, F_SETLK, &range); // NOLINT(cppcoreguidelines-pro-type-vararg): its only form
 }
 
-ssize_t SystemCalls::readEntries(int directory, std::span<std::byte> records) const
+ssize_t SystemCalls::readEntries([[maybe_unused]] int directory,
+                                 [[maybe_unused]] std::span<std::byte> records) const
 {
 #if defined(__linux__)
     return ::getdents64(directory, records.data(), records.size());
 #else
-    static_cast<void>(directory);
-    static_cast<void>(records);
-    errno = ENOSYS;
-    return -1;
+    return refuse();
 #endif
+}
+
+int SystemCalls::unlinkAt(int directory, const char *path, int flags) const
+{
+    return ::unlinkat(directory, path, flags);
 }
 
 } // namespace slicewise

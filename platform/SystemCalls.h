@@ -29,9 +29,14 @@ public:
 
     /// openat2(2) with RESOLVE_NO_SYMLINKS; ENOSYS on kernels and platforms without it.
     [[nodiscard]] virtual int openWithoutLinks(int directory, const char *path, int flags) const;
+    /// The same, and neither through a mount point (EXDEV) nor out of the directory.
+    [[nodiscard]] virtual int openBeneath(int directory, const char *path, int flags) const;
     [[nodiscard]] virtual int openAt(int directory, const char *path, int flags) const;
     [[nodiscard]] virtual int statAt(int directory, const char *path, struct stat *status, int flags) const;
     [[nodiscard]] virtual int statOpen(int descriptor, struct stat *status) const;
+    /// The number of the mount that an open file was reached through; no other has it for as long as the file
+    /// is open. ENOSYS on kernels and platforms that do not tell.
+    [[nodiscard]] virtual int mountOf(int descriptor, std::uint64_t *mount) const;
     [[nodiscard]] virtual int fileSystemOf(int descriptor, FileSystemFacts *facts) const;
     [[nodiscard]] virtual ssize_t readLinkAt(int directory, const char *path, std::span<char> target) const;
     /// pread(2)
@@ -41,6 +46,7 @@ public:
                                         std::uint64_t length) const;
     /// getdents64(2): linux_dirent64 records; ENOSYS on platforms without it.
     [[nodiscard]] virtual ssize_t readEntries(int directory, std::span<std::byte> records) const;
+    [[nodiscard]] virtual int unlinkAt(int directory, const char *path, int flags) const;
 };
 
 } // namespace slicewise

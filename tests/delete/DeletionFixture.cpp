@@ -69,7 +69,7 @@ DeletionFixture::DeletionFixture()
                                                      .deviceVersion = {}}))
 {
     m_calls.runBefore(FailingSystemCalls::Function::UnlinkAt, [this](const FailingSystemCalls::Call &) {
-        m_removalsWithoutRights += m_ids.isRoot() ? 0 : 1;
+        m_removalsWithoutRights += m_ids.isRoot() ? 0U : 1U;
     });
 }
 

@@ -129,6 +129,33 @@ private:
     std::unique_ptr<PathResolver> m_wrapped;
 };
 
+class FailingDevice::FailingRemover final : public Remover {
+public:
+    explicit FailingRemover(FailingDevice &device)
+        : m_device(device), m_wrapped(device.m_changeable->makeRemover())
+    {}
+
+    Result<std::uint64_t> remove(std::string_view path) override
+    {
+        {
+            const std::lock_guard lock(m_device.m_mutex);
+            m_device.m_removed.emplace_back(path);
+        }
+        for (const Hook &hook : m_device.m_hooksOfRemovals) {
+            hook(std::string(path));
+        }
+        const auto failing = m_device.m_removes.find(path);
+        if (failing != m_device.m_removes.end()) {
+            return ErrorNumber{failing->second};
+        }
+        return m_wrapped->remove(path);
+    }
+
+private:
+    FailingDevice &m_device;
+    std::unique_ptr<Remover> m_wrapped;
+};
+
 void FailingDevice::failOpen(const std::string &path, int error)
 {
     m_opens[path] = error;
@@ -164,6 +191,11 @@ void FailingDevice::failLock(const std::string &path, int error)
     m_fileLocks[path] = error;
 }
 
+void FailingDevice::failRemove(const std::string &path, int error)
+{
+    m_removes[path] = error;
+}
+
 void FailingDevice::runBeforeOpen(const std::string &path, Hook hook)
 {
     m_hooks[path].push_back(std::move(hook));
@@ -172,6 +204,17 @@ void FailingDevice::runBeforeOpen(const std::string &path, Hook hook)
 void FailingDevice::runBeforeEachOpen(Hook hook)
 {
     m_hooksOfAll.push_back(std::move(hook));
+}
+
+void FailingDevice::runBeforeEachRemoval(Hook hook)
+{
+    m_hooksOfRemovals.push_back(std::move(hook));
+}
+
+std::vector<std::string> FailingDevice::removals() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_removed;
 }
 
 std::vector<std::string> FailingDevice::opened() const
@@ -262,6 +305,11 @@ Result<std::string> FailingDevice::followedOnHost(std::string_view path) const
 std::unique_ptr<PathResolver> FailingDevice::makeResolver() const
 {
     return std::make_unique<Resolver>(*this);
+}
+
+std::unique_ptr<Remover> FailingDevice::makeRemover()
+{
+    return m_changeable != nullptr ? std::make_unique<FailingRemover>(*this) : Device::makeRemover();
 }
 
 } // namespace slicewise

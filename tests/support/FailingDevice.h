@@ -21,8 +21,9 @@ namespace slicewise {
 
 class FailingDevice final : public Device {
 public:
-    /// The wrapped device is borrowed.
+    /// The wrapped device is borrowed. Nothing can be removed from one that is const.
     explicit FailingDevice(const Device &wrapped) : m_wrapped(wrapped) {}
+    explicit FailingDevice(Device &wrapped) : m_wrapped(wrapped), m_changeable(&wrapped) {}
 
     /// Opening the directory fails.
     void failOpen(const std::string &path, int error);
@@ -44,14 +45,23 @@ public:
     /// So does asking for its shared lock, wherever in the file.
     void failLock(const std::string &path, int error);
 
+    /// Removing that path fails, with nothing removed.
+    void failRemove(const std::string &path, int error);
+
     using Hook = std::function<void(const std::string &path)>;
     /// Runs each time before the directory is opened.
     void runBeforeOpen(const std::string &path, Hook hook);
     /// Runs before any directory is opened.
     void runBeforeEachOpen(Hook hook);
 
+    /// Runs before anything is removed, with its path.
+    void runBeforeEachRemoval(Hook hook);
+
     /// The directories that were asked to be opened, in that order; each as often as it was.
     [[nodiscard]] std::vector<std::string> opened() const;
+
+    /// What was asked to be removed, in that order, whether or not it succeeded.
+    [[nodiscard]] std::vector<std::string> removals() const;
 
     [[nodiscard]] std::unique_ptr<DirectoryReader> makeReader() const override;
     [[nodiscard]] Result<FileStatus> status(std::string_view path) const override;
@@ -63,10 +73,12 @@ public:
     [[nodiscard]] Result<std::string> hostPath(std::string_view path) const override;
     [[nodiscard]] Result<std::string> followedOnHost(std::string_view path) const override;
     [[nodiscard]] std::unique_ptr<PathResolver> makeResolver() const override;
+    [[nodiscard]] std::unique_ptr<Remover> makeRemover() override;
 
 private:
     class File;
     class Reader;
+    class FailingRemover;
     class Resolver;
     struct Reading {
         Break where;
@@ -81,6 +93,7 @@ private:
 
     template <typename Value> using ByPath = std::map<std::string, Value, std::less<>>;
     const Device &m_wrapped;
+    Device *m_changeable = nullptr; ///< the same one
     ByPath<int> m_opens;
     ByPath<Reading> m_readings;
     ByPath<int> m_sizes;
@@ -88,10 +101,13 @@ private:
     ByPath<int> m_fileOpens;
     ByPath<FileReading> m_fileReadings;
     ByPath<int> m_fileLocks;
+    ByPath<int> m_removes;
     ByPath<std::vector<Hook>> m_hooks;
     std::vector<Hook> m_hooksOfAll;
+    std::vector<Hook> m_hooksOfRemovals;
     mutable std::mutex m_mutex; ///< for what follows
     mutable std::vector<std::string> m_opened;
+    std::vector<std::string> m_removed;
 };
 
 } // namespace slicewise

@@ -117,5 +117,29 @@ TEST(FailingDevice, failsToOpenReadLockAndResolveOneFileAlone)
     EXPECT_TRUE(device.makeResolver()->resolve("/closed"));
 }
 
+TEST(FailingDevice, failsToRemoveOnePathAloneAndKnowsAllThatWereAsked)
+{
+    MemoryDevice memory{{"/a/file", 3}, {"/b/file", 4}};
+    FailingDevice device(memory);
+    device.failRemove("/a/file", EACCES);
+    std::vector<std::string> hooked;
+    device.runBeforeEachRemoval([&hooked](const std::string &path) { hooked.push_back(path); });
+    const auto remover = device.makeRemover();
+    EXPECT_EQ(remover->remove("/a/file").error(), EACCES);
+    EXPECT_EQ(*remover->remove("/b/file"), 1U);
+    EXPECT_EQ(memory.status("/a/file")->sizeBytes, 3U);
+    EXPECT_EQ(memory.status("/b/file").error(), ENOENT);
+    EXPECT_THAT(device.removals(), ElementsAre("/a/file", "/b/file"));
+    EXPECT_EQ(hooked, device.removals());
+}
+
+TEST(FailingDevice, refusesRemovalsWhereTheWrappedOneMayNotBeChanged)
+{
+    const MemoryDevice memory{{"/file", 3}};
+    FailingDevice device(memory);
+    EXPECT_EQ(device.makeRemover()->remove("/file").error(), ENOTSUP);
+    EXPECT_EQ(memory.status("/file")->sizeBytes, 3U);
+}
+
 } // namespace
 } // namespace slicewise

@@ -31,16 +31,16 @@ void hideTypes(std::span<std::byte> records)
 std::array<FailingSystemCalls::Function, FailingSystemCalls::kFunctionCount> FailingSystemCalls::
     allFunctions()
 {
-    return {Function::OpenWithoutLinks, Function::OpenAt,       Function::StatAt,
-            Function::StatOpen,         Function::FileSystemOf, Function::ReadLinkAt,
-            Function::ReadAt,           Function::LockRange,    Function::ReadEntries};
+    return {Function::OpenWithoutLinks, Function::OpenBeneath, Function::OpenAt,       Function::StatAt,
+            Function::StatOpen,         Function::MountOf,     Function::FileSystemOf, Function::ReadLinkAt,
+            Function::ReadAt,           Function::LockRange,   Function::ReadEntries,  Function::UnlinkAt};
 }
 
 const char *FailingSystemCalls::nameOf(Function function)
 {
-    static constexpr std::array kNames = {"openWithoutLinks", "openAt",       "statAt",
-                                          "statOpen",         "fileSystemOf", "readLinkAt",
-                                          "readAt",           "lockRange",    "readEntries"};
+    static constexpr std::array kNames = {"openWithoutLinks", "openBeneath", "openAt",       "statAt",
+                                          "statOpen",         "mountOf",     "fileSystemOf", "readLinkAt",
+                                          "readAt",           "lockRange",   "readEntries",  "unlinkAt"};
     return kNames.at(indexOf(function));
 }
 
@@ -134,6 +134,13 @@ int FailingSystemCalls::openWithoutLinks(int directory, const char *path, int fl
                : -1;
 }
 
+int FailingSystemCalls::openBeneath(int directory, const char *path, int flags) const
+{
+    return passes(Function::OpenBeneath, directory, path, flags)
+               ? SystemCalls::openBeneath(directory, path, flags)
+               : -1;
+}
+
 int FailingSystemCalls::openAt(int directory, const char *path, int flags) const
 {
     return passes(Function::OpenAt, directory, path, flags) ? SystemCalls::openAt(directory, path, flags)
@@ -151,6 +158,11 @@ int FailingSystemCalls::statOpen(int descriptor, struct stat *status) const
 {
     return passes(Function::StatOpen, descriptor, nullptr, 0) ? SystemCalls::statOpen(descriptor, status)
                                                               : -1;
+}
+
+int FailingSystemCalls::mountOf(int descriptor, std::uint64_t *mount) const
+{
+    return passes(Function::MountOf, descriptor, nullptr, 0) ? SystemCalls::mountOf(descriptor, mount) : -1;
 }
 
 int FailingSystemCalls::fileSystemOf(int descriptor, FileSystemFacts *facts) const
@@ -194,6 +206,12 @@ ssize_t FailingSystemCalls::readEntries(int directory, std::span<std::byte> reco
         hideTypes(records.first(static_cast<std::size_t>(length)));
     }
     return length;
+}
+
+int FailingSystemCalls::unlinkAt(int directory, const char *path, int flags) const
+{
+    return passes(Function::UnlinkAt, directory, path, flags) ? SystemCalls::unlinkAt(directory, path, flags)
+                                                              : -1;
 }
 
 } // namespace slicewise

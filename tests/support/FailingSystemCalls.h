@@ -21,16 +21,19 @@ class FailingSystemCalls final : public SystemCalls {
 public:
     enum class Function : std::uint8_t {
         OpenWithoutLinks,
+        OpenBeneath,
         OpenAt,
         StatAt,
         StatOpen,
+        MountOf,
         FileSystemOf,
         ReadLinkAt,
         ReadAt,
         LockRange,
         ReadEntries,
+        UnlinkAt,
     };
-    static constexpr std::size_t kFunctionCount = 9;
+    static constexpr std::size_t kFunctionCount = 12;
     [[nodiscard]] static std::array<Function, kFunctionCount> allFunctions();
     [[nodiscard]] static const char *nameOf(Function function);
 
@@ -62,15 +65,18 @@ public:
     [[nodiscard]] std::uint64_t count(Function function) const;
 
     [[nodiscard]] int openWithoutLinks(int directory, const char *path, int flags) const override;
+    [[nodiscard]] int openBeneath(int directory, const char *path, int flags) const override;
     [[nodiscard]] int openAt(int directory, const char *path, int flags) const override;
     [[nodiscard]] int statAt(int directory, const char *path, struct stat *status, int flags) const override;
     [[nodiscard]] int statOpen(int descriptor, struct stat *status) const override;
+    [[nodiscard]] int mountOf(int descriptor, std::uint64_t *mount) const override;
     [[nodiscard]] int fileSystemOf(int descriptor, FileSystemFacts *facts) const override;
     [[nodiscard]] ssize_t readLinkAt(int directory, const char *path, std::span<char> target) const override;
     [[nodiscard]] ssize_t readAt(int file, std::span<std::byte> into, std::uint64_t offset) const override;
     [[nodiscard]] int lockRange(int file, short type, std::uint64_t offset,
                                 std::uint64_t length) const override;
     [[nodiscard]] ssize_t readEntries(int directory, std::span<std::byte> records) const override;
+    [[nodiscard]] int unlinkAt(int directory, const char *path, int flags) const override;
 
 private:
     static constexpr std::size_t kNoLimit = ~std::size_t{0};

@@ -123,26 +123,6 @@ void runBody(const ChildBody &body, testing::TestPartResultArray &results)
     ::_exit(kReported); // what the parent made is the parent's to end
 }
 
-void runInChild(const ChildBody &body)
-{
-    std::array<int, 2> ends{};
-    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0) << std::strerror(errno); // NOLINT(concurrency-mt-unsafe)
-    const UniqueFd readEnd(ends[0]);
-    UniqueFd writeEnd(ends[1]);
-    const ::pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        beChild(body, writeEnd.get());
-    }
-    writeEnd.reset();
-    repeatAll(readAll(readEnd.get()));
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == kReported)
-        << "A child of the test did not come to its end, wait status " << status;
-}
-
 // A system call's answer, for the messages below.
 std::string lastError()
 {
@@ -178,9 +158,29 @@ std::string getOwnMounts()
 
 } // namespace
 
+void inChild(const ChildBody &body)
+{
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0) << std::strerror(errno); // NOLINT(concurrency-mt-unsafe)
+    const UniqueFd readEnd(ends[0]);
+    UniqueFd writeEnd(ends[1]);
+    const ::pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        beChild(body, writeEnd.get());
+    }
+    writeEnd.reset();
+    repeatAll(readAll(readEnd.get()));
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == kReported)
+        << "A child of the test did not come to its end, wait status " << status;
+}
+
 void asOrdinaryUser(const ChildBody &body)
 {
-    runInChild([&body] {
+    inChild([&body] {
         if (::geteuid() == 0) {
             ASSERT_EQ(::setgroups(0, nullptr), 0) << lastError();
             ASSERT_EQ(::setresgid(kOrdinaryUser, kOrdinaryUser, kOrdinaryUser), 0) << lastError();
@@ -192,7 +192,7 @@ void asOrdinaryUser(const ChildBody &body)
 
 void withOwnMounts(const ChildBody &body)
 {
-    runInChild([&body] {
+    inChild([&body] {
         if (const std::string reason = getOwnMounts(); !reason.empty()) {
             GTEST_SKIP() << "Mounts need root, or a kernel that lets others have user namespaces; " << reason;
         }

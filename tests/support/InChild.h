@@ -1,4 +1,4 @@
-// Runs a part of a test in a child process: as another user, or with mounts of its own.
+// Runs a part of a test in a child process: on its own, as another user, or with mounts of its own.
 //
 // The body uses the assertions of GoogleTest as always; its failures, and a skip, become those of the calling
 // test, at their own places in the source. A body that crashes is a failure too. What the body changes in
@@ -12,6 +12,9 @@
 namespace slicewise {
 
 using ChildBody = std::function<void()>;
+
+/// As who we are: for what can't be undone, such as loading a library.
+void inChild(const ChildBody &body);
 
 /// A user whom nothing belongs to and who may do nothing in particular.
 inline constexpr ::uid_t kOrdinaryUser = 65534;

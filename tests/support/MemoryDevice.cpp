@@ -140,6 +140,71 @@ private:
     std::size_t m_next = 0;
 };
 
+class MemoryDevice::MemoryRemover final : public Remover {
+public:
+    explicit MemoryRemover(MemoryDevice &device) : m_device(device) {}
+
+    Result<std::uint64_t> remove(std::string_view path) override
+    {
+        const std::vector<std::string> names = namesOf(path);
+        if (names.empty() || std::ranges::find(names, "..") != names.end()) {
+            return ErrorNumber{EINVAL};
+        }
+        Node *above = nullptr;
+        Node *node = m_device.m_root;
+        for (const std::string &name : names) {
+            if (node->type != FileType::Directory) {
+                return ErrorNumber{node->target.empty() ? ENOTDIR : ELOOP};
+            }
+            const auto found = node->byName.find(name);
+            if (found == node->byName.end()) {
+                return ErrorNumber{ENOENT};
+            }
+            above = node;
+            node = found->second;
+        }
+        if (!node->target.empty()) {
+            return ErrorNumber{ELOOP};
+        }
+        std::string at;
+        for (const std::string &name : names) {
+            at.append("/").append(name);
+        }
+        if (m_device.isMountPoint(at)) {
+            return ErrorNumber{EBUSY};
+        }
+        std::uint64_t removed = 0;
+        if (!empty(*node, at, removed)) {
+            return ErrorNumber{EBUSY};
+        }
+        detach(*above, names.back());
+        return removed + 1;
+    }
+
+private:
+    // Whether nothing is left in it: what something is mounted on stays. Trees in memory are shallow.
+    bool empty(Node &node, const std::string &path, std::uint64_t &removed)
+    {
+        const auto entries = node.entries;
+        for (const auto &[name, child] : entries) {
+            const std::string childPath = path + "/" + name;
+            if (!m_device.isMountPoint(childPath) && empty(*child, childPath, removed)) {
+                detach(node, name);
+                ++removed;
+            }
+        }
+        return node.entries.empty();
+    }
+
+    static void detach(Node &directory, const std::string &name)
+    {
+        directory.byName.erase(name);
+        std::erase_if(directory.entries, [&name](const auto &entry) { return entry.first == name; });
+    }
+
+    MemoryDevice &m_device;
+};
+
 MemoryDevice::MemoryDevice(std::initializer_list<std::pair<std::string, std::uint64_t>> files)
 {
     m_root = &m_nodes.emplace_back();
@@ -407,6 +472,16 @@ Result<std::vector<std::string>> MemoryDevice::entryNames(std::string_view path)
         names.push_back(name);
     }
     return names;
+}
+
+bool MemoryDevice::isMountPoint(std::string_view path) const
+{
+    return std::ranges::any_of(m_mounts, [path](const Mount &mount) { return mount.path == path; });
+}
+
+std::unique_ptr<Remover> MemoryDevice::makeRemover()
+{
+    return std::make_unique<MemoryRemover>(*this);
 }
 
 } // namespace slicewise

@@ -2,7 +2,8 @@
 // gives it.
 //
 // Directories list their entries in the order in which these were added. Paths are device paths; directories
-// missing above an entry are made. It is built by one thread, and may then be used by any number of them.
+// missing above an entry are made. It is built by one thread, and may then be used by any number of them; not
+// while something is removed from it.
 // What can't be built (a file below a file, a name twice) throws std::invalid_argument.
 #pragma once
 
@@ -61,9 +62,11 @@ public:
     /// Nobody else locks these files.
     [[nodiscard]] Result<std::unique_ptr<ReadableFile>> openFile(std::string_view path) const override;
     [[nodiscard]] Result<std::vector<std::string>> entryNames(std::string_view path) const override;
+    [[nodiscard]] std::unique_ptr<Remover> makeRemover() override;
 
 private:
     class File;
+    class MemoryRemover;
     class Reader;
     struct Node;
     struct Found;
@@ -72,6 +75,7 @@ private:
     Node &enter(Node &directory, std::string_view name, FileType type);
     [[nodiscard]] Node &directoryAt(std::string_view path);
     [[nodiscard]] Result<Found> follow(std::string_view path) const;
+    [[nodiscard]] bool isMountPoint(std::string_view path) const;
 
     std::deque<Node> m_nodes;
     Node *m_root = nullptr;

@@ -120,5 +120,35 @@ TEST(MemoryDevice, namesAllEntriesOfADirectoryLinksIncluded)
     EXPECT_EQ(device.entryNames("/z").error(), ENOTDIR);
 }
 
+TEST(MemoryDevice, removesAsAHostWould)
+{
+    MemoryDevice device{{"/a/b/file", 1}, {"/a/b/c/other", 2}, {"/a/file", 3}};
+    device.addLink("/a/link", "/a/file");
+    const auto remover = device.makeRemover();
+    for (const char *path : {"/", "", "/a/..", "/a/../a/file"}) {
+        EXPECT_EQ(remover->remove(path).error(), EINVAL) << path;
+    }
+    EXPECT_EQ(remover->remove("/a/missing").error(), ENOENT);
+    EXPECT_EQ(remover->remove("/a/file/below").error(), ENOTDIR);
+    EXPECT_EQ(remover->remove("/a/link").error(), ELOOP);
+    EXPECT_EQ(remover->remove("/a/link/below").error(), ELOOP);
+    EXPECT_EQ(*remover->remove("/a/b"), 4U);
+    EXPECT_EQ(device.status("/a/b/file").error(), ENOENT);
+    EXPECT_EQ(*remover->remove("/a/file"), 1U);
+    EXPECT_THAT(*device.entryNames("/a"), ElementsAre("link"));
+    EXPECT_EQ(*remover->remove("/a"), 2U) << "the link goes as a link";
+}
+
+TEST(MemoryDevice, leavesWhatIsMountedWhereItIs)
+{
+    MemoryDevice device{{"/a/file", 1}, {"/a/b/disk/file", 2}};
+    device.addMount("/a/b/disk", "ext4", {.identity = 7});
+    const auto remover = device.makeRemover();
+    EXPECT_EQ(remover->remove("/a/b/disk").error(), EBUSY);
+    EXPECT_EQ(remover->remove("/a").error(), EBUSY);
+    EXPECT_EQ(device.status("/a/file").error(), ENOENT);
+    EXPECT_EQ(device.status("/a/b/disk/file")->sizeBytes, 2U);
+}
+
 } // namespace
 } // namespace slicewise

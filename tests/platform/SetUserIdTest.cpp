@@ -1,0 +1,164 @@
+// What the set-user-id bit does to a process, with a real one that another user starts.
+#include "tests/support/InChild.h"
+#include "tests/support/RunProgram.h"
+#include "tests/support/SetUserIdCopy.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace slicewise {
+namespace {
+
+using testing::AllOf;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr const char *kAtEntry = "entry real 65534 effective 65534 saved 0\n";
+
+class SetUserId : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (!m_program.why().empty()) {
+            GTEST_SKIP() << "There is no set-user-id program to start: " << m_program.why();
+        }
+    }
+
+    [[nodiscard]] ProgramRun probe(const std::vector<std::string> &arguments) const
+    {
+        ProgramRun run{.arguments = {m_program.path()}};
+        run.arguments.insert(run.arguments.end(), arguments.begin(), arguments.end());
+        run.user = kOrdinaryUser;
+        run.group = kOrdinaryUser;
+        return run;
+    }
+
+    [[nodiscard]] static std::string outputOf(const ProgramRun &run)
+    {
+        const ProgramResult result = runProgram(run);
+        EXPECT_EQ(result.exitStatus, 0) << result.standardError;
+        return result.standardOutput;
+    }
+
+    [[nodiscard]] const std::string &program() const { return m_program.path(); }
+
+private:
+    SetUserIdCopy m_program{SLICEWISE_SET_USER_ID_PROBE};
+};
+
+TEST_F(SetUserId, rightAfterTheStartTheEffectiveUserIsTheRealOneAndTheSavedIdIsRootsStill)
+{
+    EXPECT_THAT(outputOf(probe({"facts"})), AllOf(StartsWith(kAtEntry), HasSubstr("set-user-id yes\n")));
+}
+
+TEST_F(SetUserId, onlyTheThreadThatRemovesIsRootAndOnlyMeanwhile)
+{
+    EXPECT_EQ(outputOf(probe({"threads"})), std::string(kAtEntry) +
+                                                "before main effective 65534\n"
+                                                "before other effective 65534\n"
+                                                "during main effective 0\n"
+                                                "during other effective 65534\n"
+                                                "after main effective 65534\n"
+                                                "after other effective 65534\n");
+}
+
+TEST_F(SetUserId, nothingOfTheCallersEnvironmentIsLeftButHowToWrite)
+{
+    ProgramRun run = probe({"facts"});
+    run.environment = {
+        {"PATH", "/tmp/evil"},     {"LD_PRELOAD", "/nowhere.so"}, {"LD_LIBRARY_PATH", "/tmp"},
+        {"LD_AUDIT", "/tmp"},      {"QT_PLUGIN_PATH", "/tmp"},    {"QT_QPA_PLATFORM", "offscreen"},
+        {"QML2_IMPORT_PATH", "x"}, {"IFS", "x"},                  {"ENV", "/tmp/x"},
+        {"BASH_ENV", "/tmp/x"},    {"TMPDIR", "/tmp/x"},          {"HOME", "/tmp"},
+        {"DPKG_ROOT", "/tmp"},     {"DPKG_ADMINDIR", "/tmp"},     {"PERL5LIB", "/tmp"},
+        {"SHELL", "/tmp/sh"},      {"MALLOC_CHECK_", "3"},        {"XDG_CONFIG_HOME", "/tmp"},
+        {"TERM", "xterm"},         {"LANG", "C.UTF-8"},           {"LC_ALL", "../../tmp/evil"},
+        {"NO_COLOR", "a\nb"},
+    };
+    const std::string output = outputOf(run);
+    EXPECT_THAT(output,
+                HasSubstr("variable PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin\n"));
+    EXPECT_THAT(output, AllOf(HasSubstr("variable TERM=xterm\n"), HasSubstr("variable LANG=C.UTF-8\n")));
+    for (const char *name : {"LD_", "QT_", "QML", "IFS", "ENV=", "TMPDIR", "HOME", "DPKG", "PERL", "SHELL",
+                             "MALLOC", "XDG", "LC_ALL", "NO_COLOR", "evil"}) {
+        EXPECT_THAT(output, Not(HasSubstr(name)));
+    }
+}
+
+TEST_F(SetUserId, theCallersDescriptorsAreClosedAndItsUmaskIsNot)
+{
+    ProgramRun run = probe({});
+    run.arguments = {"/bin/sh", "-c", "umask 0; exec 7</dev/null 9</; exec \"$0\" facts", program()};
+    const std::string output = outputOf(run);
+    EXPECT_THAT(output, HasSubstr("umask 022\n"));
+    EXPECT_THAT(output, HasSubstr("descriptor 0\ndescriptor 1\ndescriptor 2\n"));
+    EXPECT_THAT(output, Not(ContainsRegex("descriptor [3-9]")));
+}
+
+TEST_F(SetUserId, aCommandRunsAsRootInAllThreeIdsAndWeAreTheUserAgainAfterwards)
+{
+    EXPECT_EQ(outputOf(probe({"run", "grep", "^Uid:", "/proc/self/status"})),
+              std::string(kAtEntry) + "Uid:\t0\t0\t0\t0\nstatus 0\n"
+                                      "afterwards real 65534 effective 65534 saved 0\n");
+}
+
+TEST_F(SetUserId, aCommandIsLookedForOnAPathOfOursWhateverTheCallersIs)
+{
+    const TemporaryDirectory directory;
+    directory.writeFile("dpkg", "#!/bin/sh\necho fake\n");
+    directory.setMode("dpkg", 0755);
+    ProgramRun run = probe({"run", "dpkg", "--version"});
+    run.environment = {{"PATH", directory.path() + ":/usr/bin:/bin"}};
+    EXPECT_THAT(outputOf(run), AllOf(HasSubstr("Debian"), Not(HasSubstr("fake"))));
+}
+
+TEST_F(SetUserId, aCommandGetsNothingThatTheUserHasPutUp)
+{
+    ProgramRun run = probe({});
+    run.arguments = {"/bin/sh", "-c",
+                     "cd /tmp; umask 0; ulimit -S -f 1; ulimit -S -t 1000; exec 7</dev/null; "
+                     "exec \"$0\" run sh -c 'pwd; umask; ulimit -f; ulimit -t; ls /proc/$$/fd; env'",
+                     program()};
+    const std::string output = outputOf(run);
+    EXPECT_THAT(output, StartsWith(std::string(kAtEntry) + "/\n0022\nunlimited\nunlimited\n0\n1\n2\n"));
+    EXPECT_THAT(output, Not(HasSubstr("\n7\n")));
+}
+
+TEST_F(SetUserId, rightsThatAreGivenUpDoNotComeBack)
+{
+    EXPECT_EQ(outputOf(probe({"give-up"})), std::string(kAtEntry) +
+                                                "given up real 65534 effective 65534 saved 65534\n"
+                                                "root again: no\nset-user-id no\n");
+}
+
+TEST_F(SetUserId, startedByRootItselfNothingChanges)
+{
+    ProgramRun run = probe({"facts"});
+    run.user = std::nullopt;
+    run.environment = {{"SOMETHING", "/of/mine"}};
+    const std::string output = outputOf(run);
+    EXPECT_THAT(output, StartsWith("entry real 0 effective 0 saved 0\nset-user-id no\n"));
+    EXPECT_THAT(output, HasSubstr("variable SOMETHING=/of/mine\n"));
+}
+
+TEST(WithoutTheBit, takingRootsRightsFailsAndTheCommandRunsAsTheUser)
+{
+    ProgramRun run{.arguments = {SLICEWISE_SET_USER_ID_PROBE, "run", "grep", "^Uid:", "/proc/self/status"}};
+    run.environment = {{"SOMETHING", "/of/mine"}};
+    asOrdinaryUser([&] {
+        const ProgramResult result = runProgram(run);
+        EXPECT_EQ(result.exitStatus, 0);
+        EXPECT_THAT(result.standardOutput, Not(HasSubstr("effective 0")));
+        EXPECT_THAT(result.standardOutput, Not(HasSubstr("\t0\t")));
+        EXPECT_THAT(result.standardOutput, HasSubstr("status 0\n"));
+    });
+}
+
+} // namespace
+} // namespace slicewise
