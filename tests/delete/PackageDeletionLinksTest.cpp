@@ -112,11 +112,13 @@ TEST_F(PackageLinks, refusesWhereThereIsNoDatabase)
 
 TEST_F(PackageLinks, refusesADatabaseOfWhichAPartIsElsewhere)
 {
+    m_root.writeFile(m_database + "/updates/tmp.i", "");
     const auto swapFor = [&](const std::string &relative, const std::string &target) {
         m_root.rename(relative, "kept");
         m_root.makeLink(relative, target);
     };
-    for (const char *part : {"info", "updates", "triggers", "status", "available", "info/bar.list"}) {
+    for (const char *part : {"info", "updates", "triggers", "status", "available", "info/bar.list",
+                             "updates/tmp.i", "triggers/Unincorp"}) {
         const std::string relative = m_database + "/" + part;
         for (const std::string &target :
              {m_outside.path(), m_outside.pathOf("missing"), farUp(m_outside.pathOf("file"))}) {

@@ -394,7 +394,7 @@ TEST_F(CommandRunner, runsAProgramAsRootWithoutWhatAnotherUserHasSet)
         ::umask(0);
         ::rlimit limit = {};
         ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
-        limit.rlim_cur = 1024 * 1024;
+        limit.rlim_cur = ::rlim_t{1024} * 1024;
         ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
         const auto print = [&](const char *file) {
             return script(std::string("( ") + kPrintSurroundings + " ) > \"$1\"", {m_directory.pathOf(file)});
