@@ -83,6 +83,51 @@ TEST(Arguments, classifyTakesARootBeforeOrBehindAndManyPaths)
     }
 }
 
+TEST(Arguments, deleteTakesCategoriesAndWhatConcernsTheWalk)
+{
+    const Arguments result =
+        read({"-x", "delete", "--root", "/mnt", "Others/a", "--dry-run", "-q", "Logs/b"});
+    ASSERT_TRUE(std::holds_alternative<DeleteArguments>(result));
+    const auto &arguments = std::get<DeleteArguments>(result);
+    EXPECT_THAT(arguments.categories, ElementsAre("Others/a", "Logs/b"));
+    EXPECT_EQ(arguments.scan.root, "/mnt");
+    EXPECT_EQ(arguments.scan.scope, FileSystemScope::RootOnly);
+    EXPECT_TRUE(arguments.scan.quiet);
+    EXPECT_TRUE(arguments.dryRun);
+    EXPECT_FALSE(arguments.yes || arguments.readOnly || arguments.allowDelete);
+
+    const Arguments other = read({"delete", "--yes", "--allow-delete", "--read-only", "x"});
+    ASSERT_TRUE(std::holds_alternative<DeleteArguments>(other));
+    EXPECT_EQ(std::get<DeleteArguments>(other).scan.root, "/");
+    EXPECT_TRUE(std::get<DeleteArguments>(other).yes);
+    EXPECT_TRUE(std::get<DeleteArguments>(other).allowDelete);
+    EXPECT_TRUE(std::get<DeleteArguments>(other).readOnly);
+}
+
+TEST(Arguments, deleteNeedsACategoryAndItsOwnOptionsGoWithNothingElse)
+{
+    static_cast<void>(usageError({"delete"}));
+    static_cast<void>(usageError({"delete", "--yes"}));
+    static_cast<void>(usageError({"--yes"}));
+    static_cast<void>(usageError({"scan", "--dry-run"}));
+    static_cast<void>(usageError({"classify", "--allow-delete", "/x"}));
+    EXPECT_EQ(usageError({"delete", "--top", "3", "x"}),
+              "slicewise-cli: --top goes with a scan, not with delete. See slicewise-cli --help.\n");
+    EXPECT_EQ(usageError({"--json", "delete", "x"}),
+              "slicewise-cli: --json goes with a scan, not with delete. See slicewise-cli --help.\n");
+}
+
+TEST(Arguments, deleteHasAHelpOfItsOwn)
+{
+    const Arguments result = read({"delete", "--help"});
+    ASSERT_TRUE(std::holds_alternative<ArgumentsAnswer>(result));
+    const auto &answer = std::get<ArgumentsAnswer>(result);
+    EXPECT_EQ(answer.status, 0);
+    for (const char *option : {"--dry-run", "--yes", "--allow-delete", "CATEGORY"}) {
+        EXPECT_THAT(answer.text, HasSubstr(option));
+    }
+}
+
 TEST(Arguments, theTreeOfAllLevelsCanNotBeCutToItsTopRows)
 {
     EXPECT_THAT(usageError({"--json", "--top", "3"}), HasSubstr("--top"));

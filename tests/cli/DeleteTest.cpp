@@ -8,7 +8,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <optional>
 #include <string>
+#include <system_error>
+#include <thread>
 #include <vector>
 
 namespace slicewise {
@@ -248,7 +255,7 @@ TEST_F(Delete, ofAnAttachmentItSaysWhatElseGoes)
     folder().makeFile(directory + "cat-preview.jpg", kMega / 2);
     SampleDatabase database(
         folder().pathOf("private/var/mobile/Library/SMS/sms.db"),
-        "CREATE TABLE attachment (ROWID INTEGER PRIMARY KEY, filename TEXT, transfer_name TEXT)");
+        "CREATE TABLE attachment (ROWID INTEGER PRIMARY KEY, filename TEXT, transfer_name TEXT);");
     database.insert(
         "attachment",
         {std::int64_t{1}, "/private/var/mobile/Library/SMS/Attachments/0a/10/GUID/cat.jpg", "cat.jpg"});
@@ -270,7 +277,7 @@ TEST_F(Delete, anAttachmentWhoseNameMakesALevelIsAFailureAndNotTheEnd)
     folder().makeFile("private/var/mobile/Library/SMS/Attachments/0a/10/GUID/b.jpg", kMega);
     SampleDatabase database(
         folder().pathOf("private/var/mobile/Library/SMS/sms.db"),
-        "CREATE TABLE attachment (ROWID INTEGER PRIMARY KEY, filename TEXT, transfer_name TEXT)");
+        "CREATE TABLE attachment (ROWID INTEGER PRIMARY KEY, filename TEXT, transfer_name TEXT);");
     database.insert(
         "attachment",
         {std::int64_t{1}, "/private/var/mobile/Library/SMS/Attachments/0a/10/GUID/b.jpg", "a/b.jpg"});
@@ -288,17 +295,17 @@ TEST_F(Delete, applicationsAndPhotosOfTheLibraryAreLeftToServicesThatOnlyTheDevi
     folder().makeFile(media + "DCIM/100APPLE/IMG_0002.JPG", kMega);
     folder().makeDirectory(media + "PhotoData");
     SampleDatabase database(folder().pathOf(media + "PhotoData/Photos.sqlite"),
-                            "CREATE TABLE ZGENERICASSET (ZDIRECTORY TEXT, ZFILENAME TEXT, ZUUID TEXT)");
+                            "CREATE TABLE ZGENERICASSET (ZDIRECTORY TEXT, ZFILENAME TEXT, ZUUID TEXT);");
     database.insert("ZGENERICASSET",
                     {"DCIM/100APPLE", "IMG_0001.JPG", "01234567-89AB-CDEF-0123-456789ABCDEF"});
     database.close();
     const ProgramResult result =
-        deleting({"--yes", "Photos/DCIM/100APPLE/IMG_0001.JPG", "Photos/DCIM/100APPLE/IMG_0002.JPG"});
+        deleting({"--yes", "Photos/100APPLE/IMG_0001.JPG", "Photos/100APPLE/IMG_0002.JPG"});
     EXPECT_EQ(result.exitStatus, 1);
     EXPECT_TRUE(exists(media + "DCIM/100APPLE/IMG_0001.JPG"));
     EXPECT_FALSE(exists(media + "DCIM/100APPLE/IMG_0002.JPG")) << "the library does not know it";
     EXPECT_THAT(result.standardError,
-                HasSubstr("Photos/DCIM/100APPLE/IMG_0001.JPG: Deletion failed for some or all "
+                HasSubstr("Photos/100APPLE/IMG_0001.JPG: Deletion failed for some or all "
                           "of the files.\n"));
 }
 
@@ -351,6 +358,12 @@ protected:
         return run;
     }
 
+    [[nodiscard]] static std::string categoryOf(const std::string &path)
+    {
+        const std::string line = linesOf(runProgram(program({"classify", path})).standardOutput).at(0);
+        return line.substr(line.find('\t') + 1);
+    }
+
 private:
     SetUserIdCopy m_program{SLICEWISE_CLI};
 };
@@ -369,15 +382,85 @@ TEST_F(DeleteSetUserId, onItsOwnSystemItRemovesWhatTheUserCouldNot)
     const TemporaryDirectory onDisk(TemporaryDirectory::Lies::OnDisk);
     onDisk.makeFile("goes/a", 100);
     onDisk.makeFile("stays", 100);
-    const ProgramResult category = runProgram(program({"classify", onDisk.pathOf("goes/a")}));
-    const std::string path = category.standardOutput.substr(category.standardOutput.find('\t') + 1);
-    ASSERT_THAT(path, EndsWith("/goes/a\n"));
-    const ProgramResult result = runProgram(asUser({"delete", "--yes", path.substr(0, path.size() - 1)}));
+    const ProgramResult result = runProgram(asUser({"delete", "--yes", categoryOf(onDisk.pathOf("goes/a"))}));
     EXPECT_EQ(result.exitStatus, 0) << result.standardError;
     EXPECT_THAT(result.standardOutput, EndsWith("Freed 100 B.\n"));
     struct stat status = {};
     EXPECT_NE(::lstat(onDisk.pathOf("goes/a").c_str(), &status), 0);
     EXPECT_EQ(::lstat(onDisk.pathOf("stays").c_str(), &status), 0);
+}
+
+/// The effective users of a process's threads at one moment; of one that has just ended fewer, or none.
+struct ThreadUsers {
+    unsigned others = 0;
+    unsigned othersAsRoot = 0;
+    bool mainAsRoot = false;
+};
+
+ThreadUsers usersOfThreads(::pid_t process)
+{
+    ThreadUsers users;
+    const std::string tasks = "/proc/" + std::to_string(process) + "/task";
+    std::error_code gone;
+    for (const auto &task : std::filesystem::directory_iterator(tasks, gone)) {
+        std::ifstream status(task.path() / "status");
+        for (std::string line; std::getline(status, line);) {
+            unsigned real = 0;
+            unsigned effective = 0;
+            if (std::sscanf(line.c_str(), "Uid: %u %u", &real, &effective) == 2) {
+                const bool isMain = task.path().filename() == std::to_string(process);
+                users.mainAsRoot = users.mainAsRoot || (isMain && effective == 0);
+                users.others += isMain ? 0 : 1;
+                users.othersAsRoot += !isMain && effective == 0 ? 1 : 0;
+            }
+        }
+    }
+    return users;
+}
+
+/// The process that runs a program, once there is one.
+std::optional<::pid_t> processOf(const std::string &program)
+{
+    std::error_code error;
+    for (const auto &entry : std::filesystem::directory_iterator("/proc", error)) {
+        const std::string name = entry.path().filename();
+        if (name.find_first_not_of("0123456789") == std::string::npos &&
+            std::filesystem::read_symlink(entry.path() / "exe", error) == program) {
+            return static_cast<::pid_t>(std::stol(name));
+        }
+    }
+    return std::nullopt;
+}
+
+TEST_F(DeleteSetUserId, whileItScansAndRemovesNoThreadIsRootButTheOneThatRemoves)
+{
+    const TemporaryDirectory onDisk(TemporaryDirectory::Lies::OnDisk);
+    for (int i = 0; i < 2000; ++i) {
+        onDisk.makeFile("goes/" + std::to_string(i), 1);
+    }
+    const std::string category = categoryOf(onDisk.pathOf("goes"));
+    const ProgramRun run = asUser({"delete", "--quiet", "--yes", category});
+    ProgramResult result;
+    std::atomic<bool> ended = false;
+    std::thread runner([&] {
+        result = runProgram(run);
+        ended = true;
+    });
+    std::optional<::pid_t> process;
+    while (!ended && !process) {
+        process = processOf(run.arguments.front());
+    }
+    unsigned samples = 0;
+    while (process && !ended) {
+        const ThreadUsers users = usersOfThreads(*process);
+        EXPECT_EQ(users.othersAsRoot, 0U);
+        EXPECT_FALSE(users.mainAsRoot && users.others > 0) << "root while the scan's threads are there";
+        ++samples;
+    }
+    runner.join();
+    EXPECT_EQ(result.exitStatus, 0) << result.standardError;
+    EXPECT_GT(samples, 0U);
+    EXPECT_TRUE(std::filesystem::is_empty(onDisk.pathOf("goes")));
 }
 
 } // namespace

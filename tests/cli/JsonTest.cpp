@@ -74,9 +74,9 @@ TEST_F(Json, aNodeHasAFilenameOnlyWhereAFileEndedAndChildrenOnlyWhereThereAreAny
     folder().makeFile("home/b", 30);
     const rapidjson::Document json = of({});
     const rapidjson::Value &others = json["tree"]["children"][0];
-    EXPECT_THAT(members(others), ElementsAre("name", "size", "index", "children"));
+    EXPECT_THAT(members(others), ElementsAre("name", "size", "index", "deleteType", "children"));
     const rapidjson::Value &file = others["children"][0]["children"][0];
-    EXPECT_THAT(members(file), ElementsAre("name", "size", "index", "filename"));
+    EXPECT_THAT(members(file), ElementsAre("name", "size", "index", "deleteType", "filename"));
     EXPECT_STREQ(file["filename"].GetString(), "/home/b");
 }
 
@@ -95,11 +95,31 @@ TEST_F(Json, childrenStandLargestFirstAndEqualOnesInTheOrderInWhichTheyWereMet)
     }
 }
 
+TEST_F(Json, everyNodeTellsHowItMayBeDeletedAlsoWhereThePathBeginsFurtherDown)
+{
+    folder().makeFile("home/b", 30);
+    folder().makeFile("private/var/mobile/Media/DCIM/100APPLE/c", 20);
+    const rapidjson::Document json = of({});
+    const rapidjson::Value &tree = json["tree"];
+    const rapidjson::Value &others = tree["children"][0];
+    const rapidjson::Value &photos = tree["children"][1];
+    EXPECT_EQ(tree["deleteType"].GetInt(), 0);
+    EXPECT_EQ(others["deleteType"].GetInt(), 0);
+    EXPECT_EQ(others["children"][0]["deleteType"].GetInt(), 1);
+    EXPECT_EQ(others["children"][0]["children"][0]["deleteType"].GetInt(), 1);
+    ASSERT_STREQ(photos["name"].GetString(), "Photos");
+
+    EXPECT_EQ(of({"--path", "Others/home/b"})["tree"]["deleteType"].GetInt(), 1);
+    const rapidjson::Document folderOfCamera = of({"--path", "Photos/100APPLE"});
+    EXPECT_EQ(folderOfCamera["tree"]["deleteType"].GetInt(), 0);
+    EXPECT_EQ(folderOfCamera["tree"]["children"][0]["deleteType"].GetInt(), 5);
+}
+
 TEST_F(Json, depthCutsTheTreeBelowThePath)
 {
     folder().makeFile("home/a/b/c", 1);
     const rapidjson::Document none = of({"--depth", "0"});
-    EXPECT_THAT(members(none["tree"]), ElementsAre("name", "size", "index"));
+    EXPECT_THAT(members(none["tree"]), ElementsAre("name", "size", "index", "deleteType"));
     const rapidjson::Document one = of({"--path", "Others/home", "--depth", "1"});
     EXPECT_STREQ(one["tree"]["name"].GetString(), "home");
     EXPECT_THAT(childNames(one["tree"]), ElementsAre("a"));
@@ -109,7 +129,7 @@ TEST_F(Json, depthCutsTheTreeBelowThePath)
 TEST_F(Json, anEmptyFolderIsATreeWithoutChildren)
 {
     const rapidjson::Document json = of({});
-    EXPECT_THAT(members(json["tree"]), ElementsAre("name", "size", "index"));
+    EXPECT_THAT(members(json["tree"]), ElementsAre("name", "size", "index", "deleteType"));
     EXPECT_EQ(json["tree"]["size"].GetUint64(), 0U);
 }
 
@@ -118,8 +138,8 @@ TEST_F(Json, aNameThatIsNotUtf8HasItsSpellingBesideIt)
     folder().makeFile("n/a\xff\nb", 1);
     const rapidjson::Document json = of({"--path", "Others/n"});
     const rapidjson::Value &file = json["tree"]["children"][0];
-    EXPECT_THAT(members(file),
-                ElementsAre("name", "nameEscaped", "size", "index", "filename", "filenameEscaped"));
+    EXPECT_THAT(members(file), ElementsAre("name", "nameEscaped", "size", "index", "deleteType", "filename",
+                                           "filenameEscaped"));
     EXPECT_STREQ(file["name"].GetString(), "a\uFFFD\nb");
     EXPECT_STREQ(file["nameEscaped"].GetString(), "a\\xFF\\x0Ab");
     EXPECT_STREQ(file["filename"].GetString(), "/n/a\uFFFD\nb");
