@@ -63,6 +63,7 @@ void TreeRemoval::step()
 {
     Level &level = m_levels.back();
     const Result<EntryListing::Entry> entry = listingOf(m_levels.size() - 1).next();
+    level.hasJustResumed = false;
     if (!entry) {
         noteFailure("", entry.error());
         leave();
@@ -325,6 +326,7 @@ void TreeRemoval::resume(std::size_t index, UniqueFd directory)
     listingOf(index).begin(std::move(directory));
     m_firstOpen = index;
     level.isSkipping = !level.lastFailed.empty();
+    level.hasJustResumed = true;
 }
 
 // The level's directory has been emptied as far as that went; the one that it lies in is the innermost again.
@@ -377,8 +379,11 @@ void TreeRemoval::noteFailure(const char *name, int error)
         m_error = error;
     }
     if (!m_levels.empty()) {
-        m_levels.back().hasFailed = true;
-        m_levels.back().lastFailed = name;
+        Level &level = m_levels.back();
+        level.hasFailed = true;
+        level.lastFailed = name;
+        // It was met before the listing began anew, and would be met again.
+        level.isSkipping = level.isSkipping || level.hasJustResumed;
     }
 }
 

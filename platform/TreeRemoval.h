@@ -44,12 +44,13 @@ private:
     struct Level {
         std::size_t nameAt = 0; ///< in m_names
         FileIdentity identity;
-        unsigned passes = 1;     ///< how often its listing has begun without need to skip
-        bool hasRemoved = false; ///< something that lies in it, in this pass
-        bool hasFailed = false;  ///< to remove something below it
-        bool isSkipping = false; ///< what comes before lastFailed has been tried already
-        bool hasLostItsPlace = false;
-        std::string lastFailed; ///< the last entry that could not be removed
+        unsigned passes = 1;          ///< how often its listing has begun without need to skip
+        bool hasRemoved = false;      ///< something that lies in it, in this pass
+        bool hasFailed = false;       ///< to remove something below it
+        bool isSkipping = false;      ///< what comes before lastFailed has been tried already
+        bool hasJustResumed = false;  ///< the listing has begun anew and given nothing yet
+        bool hasLostItsPlace = false; ///< what it was to skip up to is not there any more
+        std::string lastFailed;       ///< the last entry that could not be removed
     };
 
     void step();

@@ -252,8 +252,10 @@ TEST_P(Attack, removesNothingButTheTree)
     const ::pid_t attacker = startAttacker();
     ASSERT_GT(attacker, 0);
     std::map<int, std::uint64_t> answers;
+    // As many as it takes for as many swaps: who of the two gets the processor is not up to us.
     const std::uint64_t rounds = 200 * testSize();
-    for (std::uint64_t round = 0; round < rounds && !HasFailure(); ++round) {
+    for (std::uint64_t round = 0;
+         (round < rounds || *m_swaps < rounds) && round < 100 * rounds && !HasFailure(); ++round) {
         offerTree(round);
         const int count = static_cast<int>(round % kLevels) + 1;
         const std::string path = "/arena/" + levels(count);
@@ -268,7 +270,7 @@ TEST_P(Attack, removesNothingButTheTree)
     int status = 0;
     EXPECT_EQ(::waitpid(attacker, &status, 0), attacker);
     EXPECT_TRUE(WIFSIGNALED(status)) << "the attacker gave up: " << status;
-    EXPECT_GT(m_swaps->load(), rounds) << "hardly an attack";
+    EXPECT_GE(m_swaps->load(), rounds) << "hardly an attack";
     EXPECT_GT(answers[0], 0U);
     EXPECT_GT(answers.size(), 1U) << "no swap was ever met";
     for (const auto &[error, count] : answers) {

@@ -20,6 +20,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 
 namespace slicewise {
 namespace {
@@ -94,7 +95,6 @@ protected:
         const ::pid_t child = ::fork();
         if (child == 0) {
             FailingSystemCalls calls;
-            GetParam().prepare(calls);
             std::uint64_t made = 0;
             for (const Function function : FailingSystemCalls::allFunctions()) {
                 calls.runBefore(function, [&made, n](const FailingSystemCalls::Call &) {
@@ -103,6 +103,7 @@ protected:
                     }
                 });
             }
+            GetParam().prepare(calls); // behind the hooks: what is refused counts too
             ::_exit(removeWith(calls).error());
         }
         int status = 0;
@@ -150,7 +151,9 @@ TEST_P(EveryCallOfARemoval, mayFailOnceAndIsReportedAndTheRestIsDone)
                 } else {
                     EXPECT_EQ(removed.error(), error);
                 }
-                if (function == Function::UnlinkAt) {
+                // Where types are unknown it may be a whole directory that could not be tried.
+                if (function == Function::UnlinkAt &&
+                    std::string_view(GetParam().name) != "WithoutEntryTypes") {
                     expectOneWayDown(left);
                 }
                 EXPECT_EQ(diskState(m_directory.pathOf("outside")), m_outside);
