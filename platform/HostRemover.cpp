@@ -53,11 +53,12 @@ int HostRemover::openParent(std::string_view directory)
     m_parent.reset();
     Result<UniqueFd> opened =
         m_device.openDirectory(directory, m_device.rootDescriptor(), HostDevice::OpenFor::Passing);
-    if (opened) {
-        m_parent = std::move(opened).value();
-        m_parentPath = directory;
+    if (!opened) {
+        return opened.error();
     }
-    return opened.error();
+    m_parent = std::move(opened).value();
+    m_parentPath = directory;
+    return 0;
 }
 
 Result<std::uint64_t> HostRemover::removeFromParent()
