@@ -142,7 +142,7 @@ TEST(PhotoLibrary, refusesWhatIsNoUrl)
         Outcome cut;
         deleteAsset(cut, "assets-library://asset/?id=1\0002"s);
         expectRefusal(cut,
-                      "The photo library can't be asked: \"assets-library://asset/?id=1\\x002\" is no URL.");
+                      R"(The photo library can't be asked: "assets-library://asset/?id=1\x002" is no URL.)");
         EXPECT_EQ(library.calls, 0);
     });
 }

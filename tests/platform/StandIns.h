@@ -5,7 +5,7 @@
 // below after it. Records are read and written by one thread at a time.
 #pragma once
 
-// NOLINTBEGIN(modernize-use-using,modernize-deprecated-headers): this is C.
+// NOLINTBEGIN(modernize-redundant-void-arg): this is C
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -91,4 +91,4 @@ struct SenderRecord {
 #ifdef __cplusplus
 }
 #endif
-// NOLINTEND(modernize-use-using,modernize-deprecated-headers)
+// NOLINTEND(modernize-redundant-void-arg)
