@@ -64,7 +64,8 @@ std::unique_ptr<Log> makeLog(bool quiet)
 
 Scanned scanDevice(const HostDevice &device, const ScanArguments &arguments, Log &log)
 {
-    Scanned scanned{.root = std::make_unique<SZANode>(&device), .report = {}};
+    Scanned scanned;
+    scanned.root = std::make_unique<SZANode>(&device);
     scanned.root->setName("Disk");
     scanned.root->setSort(false);
     ScanMonitor monitor;
