@@ -82,6 +82,8 @@ macro(slicewise_set_up_qt_target name)
             URI "${ARG_QML_URI}"
             VERSION 1.0
             NO_PLUGIN
+            # Whose C++ classes ours derive from; qmllint has to know.
+            DEPENDENCIES QtQuick
             RESOURCE_PREFIX /qt-project.org/imports
             QML_FILES ${ARG_QML_FILES})
         # Includes the registered headers by their bare names.
