@@ -17,7 +17,7 @@ double channel(double low, double high, double turn)
         turn -= 1;
     }
     if (6 * turn < 1) {
-        return low + (high - low) * 6 * turn;
+        return low + (high - low) * (6 * turn);
     }
     if (2 * turn < 1) {
         return high;

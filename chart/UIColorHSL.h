@@ -13,8 +13,7 @@ namespace slicewise {
                                                            double alpha);
 
 /// Writes where the pointers lead, but for those that are null, and always answers true. The hue lies above 0
-/// and up to 1: of a red without green or with as much green as blue it is 1. Of a grey it is 0, and so is
-/// its saturation.
+/// and up to 1; of a red with as much green as blue it is 1. Of a grey it is 0, and so is its saturation.
 bool getHueSaturationLightnessAlpha(const UIColor &color, double *hue, double *saturation, double *lightness,
                                     double *alpha);
 
