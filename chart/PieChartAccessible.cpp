@@ -5,7 +5,9 @@
 #include <QAccessible>
 #include <QAccessibleActionInterface>
 #include <QAccessibleObject>
+#include <QMetaType>
 #include <QQuickWindow>
+#include <QtQml>
 
 #include <memory>
 
@@ -163,6 +165,17 @@ const std::vector<std::unique_ptr<SliceItem>> &QVPieChart::sliceItems()
         sliceItemsChanged();
     }
     return m_sliceItems;
+}
+
+// A window's tree of what can be read leads to those items alone that have the attached type Accessible in QML. Here it
+// is attached for the QML file, which would forget it. The type is Qt Quick's own, known once its module is imported.
+void QVPieChart::componentComplete()
+{
+    QQuickPaintedItem::componentComplete();
+    const QMetaObject *const accessible = QMetaType::fromName("QQuickAccessibleAttached*").metaObject();
+    if (accessible != nullptr) {
+        qmlAttachedPropertiesObject(this, qmlAttachedPropertiesFunction(this, accessible));
+    }
 }
 
 void QVPieChart::setAccessibleName(const QString &name)

@@ -1,6 +1,7 @@
 // How a chart begins, and what its frame and its settings do.
 #include "tests/chart/ChartParts.h"
 
+#include <QPainter>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QSignalSpy>
