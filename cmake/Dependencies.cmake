@@ -9,6 +9,7 @@
 #   slicewise::plist                property lists
 #   slicewise::sqlite3              SQLite
 #   Threads::Threads                threads
+#   Qt6::Quick, Qt6::QuickControls2 the window, in builds with SLICEWISE_BUILD_GUI (slicewise_qt_library, ...)
 #   GTest::gtest_main, GTest::gmock tests (slicewise_test links them)
 #   benchmark::benchmark            benchmarks
 #
@@ -36,6 +37,14 @@ add_library(slicewise::plist ALIAS PkgConfig::PLIST)
 pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET GLOBAL sqlite3)
 add_library(slicewise::sqlite3 ALIAS PkgConfig::SQLITE3)
 
+if(SLICEWISE_BUILD_GUI)
+    find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Qml Quick QuickControls2)
+    if(SLICEWISE_BUILD_TESTS)
+        find_package(Qt6 6.4 REQUIRED COMPONENTS Test QuickTest)
+    endif()
+    # Modules that are built lie where script/check and the programs of the build find them, one below the other.
+    set(QT_QML_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/qml")
+endif()
 if(SLICEWISE_BUILD_TESTS OR SLICEWISE_BUILD_FUZZERS)
     find_package(GTest REQUIRED)
 endif()
