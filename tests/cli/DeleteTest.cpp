@@ -358,11 +358,20 @@ protected:
         return run;
     }
 
-    [[nodiscard]] static std::string categoryOf(const std::string &path)
+    /// Where the program's own folder is the whole system.
+    [[nodiscard]] ProgramRun onOwnSystem(std::vector<std::string> arguments) const
     {
-        const std::string line = linesOf(runProgram(program({"classify", path})).standardOutput).at(0);
-        return line.substr(line.find('\t') + 1);
+        m_program.bringLibraries();
+        ProgramRun run = program(std::move(arguments));
+        const std::string user = std::to_string(kOrdinaryUser);
+        run.arguments.front() = "/program";
+        run.arguments.insert(run.arguments.begin(),
+                             {"chroot", "--userspec=" + user + ":" + user, "--groups=", system().path()});
+        run.environment.emplace_back("ASAN_OPTIONS", "detect_leaks=0");
+        return run;
     }
+
+    [[nodiscard]] const TemporaryDirectory &system() const { return m_program.directory(); }
 
 private:
     SetUserIdCopy m_program{SLICEWISE_CLI};
@@ -379,15 +388,13 @@ TEST_F(DeleteSetUserId, onAnotherRootTheUserHasNoRightsButItsOwn)
 
 TEST_F(DeleteSetUserId, onItsOwnSystemItRemovesWhatTheUserCouldNot)
 {
-    const TemporaryDirectory onDisk(TemporaryDirectory::Lies::OnDisk);
-    onDisk.makeFile("goes/a", 100);
-    onDisk.makeFile("stays", 100);
-    const ProgramResult result = runProgram(asUser({"delete", "--yes", categoryOf(onDisk.pathOf("goes/a"))}));
+    system().makeFile("home/goes", 100);
+    system().makeFile("home/stays", 100);
+    const ProgramResult result = runProgram(onOwnSystem({"delete", "--yes", "Others/home/goes"}));
     EXPECT_EQ(result.exitStatus, 0) << result.standardError;
-    EXPECT_THAT(result.standardOutput, EndsWith("Freed 100 B.\n"));
-    struct stat status = {};
-    EXPECT_NE(::lstat(onDisk.pathOf("goes/a").c_str(), &status), 0);
-    EXPECT_EQ(::lstat(onDisk.pathOf("stays").c_str(), &status), 0);
+    EXPECT_EQ(result.standardOutput, "Others/home/goes: 1 file, 100 B; removes /home/goes\nFreed 100 B.\n");
+    EXPECT_FALSE(std::filesystem::exists(system().pathOf("home/goes")));
+    EXPECT_TRUE(std::filesystem::exists(system().pathOf("home/stays")));
 }
 
 /// The effective users of a process's threads at one moment; of one that has just ended fewer, or none.
@@ -434,12 +441,10 @@ std::optional<::pid_t> processOf(const std::string &program)
 
 TEST_F(DeleteSetUserId, whileItScansAndRemovesNoThreadIsRootButTheOneThatRemoves)
 {
-    const TemporaryDirectory onDisk(TemporaryDirectory::Lies::OnDisk);
-    for (int i = 0; i < 2000; ++i) {
-        onDisk.makeFile("goes/" + std::to_string(i), 1);
+    for (int i = 0; i < 5000; ++i) {
+        system().makeFile("home/goes/" + std::to_string(i), 1);
     }
-    const std::string category = categoryOf(onDisk.pathOf("goes"));
-    const ProgramRun run = asUser({"delete", "--quiet", "--yes", category});
+    const ProgramRun run = onOwnSystem({"delete", "--quiet", "--yes", "Others/home/goes"});
     ProgramResult result;
     std::atomic<bool> ended = false;
     std::thread runner([&] {
@@ -448,7 +453,7 @@ TEST_F(DeleteSetUserId, whileItScansAndRemovesNoThreadIsRootButTheOneThatRemoves
     });
     std::optional<::pid_t> process;
     while (!ended && !process) {
-        process = processOf(run.arguments.front());
+        process = processOf(system().pathOf("program"));
     }
     unsigned samples = 0;
     while (process && !ended) {
@@ -460,7 +465,7 @@ TEST_F(DeleteSetUserId, whileItScansAndRemovesNoThreadIsRootButTheOneThatRemoves
     runner.join();
     EXPECT_EQ(result.exitStatus, 0) << result.standardError;
     EXPECT_GT(samples, 0U);
-    EXPECT_TRUE(std::filesystem::is_empty(onDisk.pathOf("goes")));
+    EXPECT_TRUE(std::filesystem::is_empty(system().pathOf("home/goes")));
 }
 
 } // namespace

@@ -15,6 +15,12 @@ class SetUserIdCopy {
 public:
     explicit SetUserIdCopy(const std::string &program);
 
+    /// Puts the libraries that it needs beside it, so that it runs where its folder is the whole system:
+    /// after chroot(8) to directory(), as "/program". A scan of "/" is quick there, and whatever is deleted
+    /// from it is the test's.
+    void bringLibraries() const;
+    [[nodiscard]] const TemporaryDirectory &directory() const { return *m_directory; }
+
     /// Empty where there is a copy.
     [[nodiscard]] const std::string &why() const { return m_why; }
     [[nodiscard]] const std::string &path() const { return m_path; }
