@@ -1,7 +1,7 @@
 // A borrowed pointer that becomes null when its object goes away.
 //
-// For one thread. The object's class derives from Guardable; while its destructors run, the pointer is still set until
-// Guardable's own turn comes.
+// For one thread. The object's class derives from Guardable; while its destructors run, the pointer is still
+// set until Guardable's own turn comes.
 #pragma once
 
 #include <memory>
