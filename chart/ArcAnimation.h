@@ -10,7 +10,8 @@ namespace slicewise {
 
 struct ArcAnimation;
 
-/// Is told about animations on the GUI thread. Borrowed by the animation; must outlive the layer that runs it.
+/// Is told about animations on the GUI thread. Borrowed by the animation; must outlive the layer that runs
+/// it.
 class ArcAnimationDelegate {
 public:
     ArcAnimationDelegate() = default;
@@ -21,7 +22,8 @@ public:
     /// When the transaction that made it is committed.
     virtual void animationDidStart(const std::shared_ptr<const ArcAnimation> &animation) = 0;
     /// Once for each that started. Not finished: another one took its place, or its layer was removed.
-    virtual void animationDidStopFinished(const std::shared_ptr<const ArcAnimation> &animation, bool finished) = 0;
+    virtual void animationDidStopFinished(const std::shared_ptr<const ArcAnimation> &animation,
+                                          bool finished) = 0;
 };
 
 struct ArcAnimation {
@@ -31,7 +33,7 @@ struct ArcAnimation {
     TimingCurve timing = TimingCurve::Default;
     double beginSeconds = 0; ///< by the clock
     double durationSeconds = 0;
-    bool hasStarted = false; ///< its transaction has been committed
+    bool hasStarted = false;                  ///< its transaction has been committed
     ArcAnimationDelegate *delegate = nullptr; ///< may be null
 
     [[nodiscard]] double valueAt(double seconds) const;

@@ -3,7 +3,6 @@
 #include <QAbstractAnimation>
 #include <QElapsedTimer>
 
-#include <algorithm>
 #include <utility>
 
 namespace slicewise {
@@ -86,7 +85,8 @@ bool FramePacer::isDue(double nowSeconds)
         return false;
     }
     // After a pause nothing is made up for.
-    m_nextSeconds = std::max(m_nextSeconds, nowSeconds - kToleranceSeconds) + kIntervalSeconds;
+    const bool isBehind = nowSeconds > m_nextSeconds + kIntervalSeconds;
+    m_nextSeconds = (isBehind ? nowSeconds : m_nextSeconds) + kIntervalSeconds;
     return true;
 }
 

@@ -17,15 +17,16 @@ public:
 
     [[nodiscard]] virtual double now() const = 0;
 
-    /// From now on calls `frame` once for each frame, never from inside start(). Nothing happens if it runs already.
+    /// From now on calls `frame` once for each frame, never from inside start(). Nothing happens if it runs
+    /// already.
     virtual void start(std::function<void()> frame) = 0;
     /// May be called from inside a frame.
     virtual void stop() = 0;
     [[nodiscard]] virtual bool isRunning() const = 0;
 };
 
-/// The real one. Frames come with the window's own where one is being drawn, else from a timer, and never more than
-/// 60 in a second.
+/// The real one. Frames come with the window's own where one is being drawn, else from a timer, and never
+/// more than 60 in a second.
 [[nodiscard]] std::unique_ptr<Clock> makeFrameClock();
 
 /// Holds frames that come more often down to 60 in a second, on average where a screen has 75 or 144.

@@ -5,7 +5,8 @@
 
 namespace slicewise {
 
-/// With so many digits behind the point, halves to even, as printf's %f: "inf" and "nan" for what is no number.
+/// With so many digits behind the point, halves to even, as printf's %f: "inf" and "nan" for what is no
+/// number.
 [[nodiscard]] QString fixedText(double number, int decimals);
 
 } // namespace slicewise

@@ -75,7 +75,8 @@ public:
 
     void *interface_cast(QAccessible::InterfaceType type) override
     {
-        return type == QAccessible::ActionInterface ? static_cast<QAccessibleActionInterface *>(this) : nullptr;
+        return type == QAccessible::ActionInterface ? static_cast<QAccessibleActionInterface *>(this)
+                                                    : nullptr;
     }
 
     [[nodiscard]] QStringList actionNames() const override { return {pressAction(), setFocusAction()}; }
@@ -112,7 +113,8 @@ public:
     [[nodiscard]] int childCount() const override { return static_cast<int>(m_chart.sliceItems().size()); }
     int indexOfChild(const QAccessibleInterface *child) const override
     {
-        const auto *const item = child != nullptr ? qobject_cast<const SliceItem *>(child->object()) : nullptr;
+        const auto *const item =
+            child != nullptr ? qobject_cast<const SliceItem *>(child->object()) : nullptr;
         return item != nullptr && &item->chart() == &m_chart ? item->index() : -1;
     }
     [[nodiscard]] QAccessibleInterface *focusChild() const override
@@ -167,8 +169,9 @@ const std::vector<std::unique_ptr<SliceItem>> &QVPieChart::sliceItems()
     return m_sliceItems;
 }
 
-// A window's tree of what can be read leads to those items alone that have the attached type Accessible in QML. Here it
-// is attached for the QML file, which would forget it. The type is Qt Quick's own, known once its module is imported.
+// A window's tree of what can be read leads to those items alone that have the attached type Accessible in
+// QML. Here it is attached for the QML file, which would forget it. The type is Qt Quick's own, known once
+// its module is imported.
 void QVPieChart::componentComplete()
 {
     QQuickPaintedItem::componentComplete();

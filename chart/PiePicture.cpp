@@ -11,8 +11,8 @@ namespace slicewise {
 
 namespace {
 
-// Two edges that share a line each cover half of its pixels, and a quarter of what lies behind shows through. A line in
-// the colour of one of the two behind both leaves nothing to shine through.
+// Two edges that share a line each cover half of its pixels, and a quarter of what lies behind shows through.
+// A line in the colour of one of the two behind both leaves nothing to shine through.
 void paintSeams(QPainter &painter, const std::vector<PiePicture::Slice> &slices)
 {
     for (const PiePicture::Slice &slice : slices) {
@@ -28,7 +28,8 @@ void paintSlice(QPainter &painter, const PiePicture::Slice &slice)
     painter.translate(slice.offset);
     painter.fillPath(slice.path, slice.fill);
     if (slice.lineWidth > 0) {
-        painter.strokePath(slice.path, QPen(slice.stroke, slice.lineWidth, Qt::SolidLine, slice.cap, slice.join));
+        painter.strokePath(slice.path,
+                           QPen(slice.stroke, slice.lineWidth, Qt::SolidLine, slice.cap, slice.join));
     }
     painter.translate(-slice.offset);
 }

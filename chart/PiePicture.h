@@ -49,7 +49,8 @@ struct PiePicture {
     void paint(QPainter &painter) const;
 };
 
-/// The blurred shape of a text, with some room around it. `scale` is the pixels of the image for one of the view.
+/// The blurred shape of a text, with some room around it. `scale` is the pixels of the image for one of the
+/// view.
 [[nodiscard]] QImage textShadow(const QString &text, const QFont &font, const QColor &color, double radius,
                                 double opacity, double scale);
 

@@ -37,7 +37,9 @@ QPointF limited(const QPointF &point)
 /// Of the item, which may be larger than anything that could be painted, or have no sensible size at all.
 QSizeF limitedSize(const QSizeF &size)
 {
-    const auto limit = [](double side) { return std::isnan(side) ? 0 : std::clamp(side, 0.0, kLongestLength); };
+    const auto limit = [](double side) {
+        return std::isnan(side) ? 0 : std::clamp(side, 0.0, kLongestLength);
+    };
     return {limit(size.width()), limit(size.height())};
 }
 
@@ -46,7 +48,9 @@ QSizeF limitedSize(const QSizeF &size)
 QVPieChart::QVPieChart(QQuickItem *parent) : QVPieChart(QRectF(), parent) {}
 
 QVPieChart::QVPieChart(const QRectF &frame, QQuickItem *parent)
-    : QQuickPaintedItem(parent), m_clock(makeFrameClock()), m_transaction(std::make_shared<Transaction>(*m_clock))
+    : QQuickPaintedItem(parent),
+      m_clock(makeFrameClock()),
+      m_transaction(std::make_shared<Transaction>(*m_clock))
 {
     setPosition(frame.topLeft());
     setSize(frame.size());

@@ -1,20 +1,20 @@
-// A pie chart: shows the values of a data source as slices, moves from one set of values to the next, and lets slices be
-// selected by touch, mouse or keyboard.
+// A pie chart: shows the values of a data source as slices, moves from one set of values to the next, and
+// lets slices be selected by touch, mouse or keyboard.
 //
-// What a view with a frame would have is the item's geometry: the frame is the item's rectangle in its parent, the bounds
-// are (0, 0, width, height). The pie view is a square inside the item; its own coordinates begin at its upper left
-// corner, and slices lie in them. QML makes the chart as an archive would: until it is complete, its geometry is only
-// taken over, and a labelFont that the QML file sets stays; sizes that follow from the geometry are best set in
-// Component.onCompleted.
+// What a view with a frame would have is the item's geometry: the frame is the item's rectangle in its
+// parent, the bounds are (0, 0, width, height). The pie view is a square inside the item; its own coordinates
+// begin at its upper left corner, and slices lie in them. QML makes the chart as an archive would: until it
+// is complete, its geometry is only taken over, and a labelFont that the QML file sets stays; sizes that
+// follow from the geometry are best set in Component.onCompleted.
 //
-// Everything is used on the GUI thread; paint() may run on the render thread and reads nothing but a picture that was
-// handed over while the GUI thread waited. While nothing moves no timer runs and nothing is painted. What lies outside
-// the item's rectangle is not painted.
+// Everything is used on the GUI thread; paint() may run on the render thread and reads nothing but a picture
+// that was handed over while the GUI thread waited. While nothing moves no timer runs and nothing is painted.
+// What lies outside the item's rectangle is not painted.
 //
-// Numbers: a property that is given no finite number keeps what it has; lengths beyond a million are a million; a
-// negative pie radius is 0. Of the data source's numbers, one that is not finite counts as 0. A negative value counts in
-// the sum with its sign; its slice ends before it begins and is empty. Values too large to be added are scaled down
-// before. Of more than kMostSlices slices, those beyond are not asked for.
+// Numbers: a property that is given no finite number keeps what it has; lengths beyond a million are a
+// million; a negative pie radius is 0. Of the data source's numbers, one that is not finite counts as 0. A
+// negative value counts in the sum with its sign; its slice ends before it begins and is empty. Values too
+// large to be added are scaled down before. Of more than kMostSlices slices, those beyond are not asked for.
 #pragma once
 
 #include "chart/Clock.h"
@@ -47,15 +47,17 @@ class QVPieChart : public QQuickPaintedItem, public ArcAnimationDelegate {
     Q_PROPERTY(double animationSpeed READ animationSpeed WRITE setAnimationSpeed NOTIFY settingsChanged)
     Q_PROPERTY(QPointF pieCenter READ pieCenter WRITE setPieCenter NOTIFY settingsChanged)
     Q_PROPERTY(double pieRadius READ pieRadius WRITE setPieRadius NOTIFY settingsChanged)
-    Q_PROPERTY(QColor pieBackgroundColor READ pieBackgroundColor WRITE setPieBackgroundColor NOTIFY settingsChanged)
+    Q_PROPERTY(
+        QColor pieBackgroundColor READ pieBackgroundColor WRITE setPieBackgroundColor NOTIFY settingsChanged)
     Q_PROPERTY(bool showLabel READ showLabel WRITE setShowLabel NOTIFY settingsChanged)
     Q_PROPERTY(QFont labelFont READ labelFont WRITE setLabelFont NOTIFY settingsChanged)
     Q_PROPERTY(QColor labelColor READ labelColor WRITE setLabelColor NOTIFY settingsChanged)
     Q_PROPERTY(QColor labelShadowColor READ labelShadowColor WRITE setLabelShadowColor NOTIFY settingsChanged)
     Q_PROPERTY(double labelRadius READ labelRadius WRITE setLabelRadius NOTIFY settingsChanged)
-    Q_PROPERTY(double selectedSliceStroke READ selectedSliceStroke WRITE setSelectedSliceStroke NOTIFY settingsChanged)
-    Q_PROPERTY(double selectedSliceOffsetRadius READ selectedSliceOffsetRadius WRITE setSelectedSliceOffsetRadius NOTIFY
+    Q_PROPERTY(double selectedSliceStroke READ selectedSliceStroke WRITE setSelectedSliceStroke NOTIFY
                    settingsChanged)
+    Q_PROPERTY(double selectedSliceOffsetRadius READ selectedSliceOffsetRadius WRITE
+                   setSelectedSliceOffsetRadius NOTIFY settingsChanged)
     Q_PROPERTY(bool showPercentage READ showPercentage WRITE setShowPercentage NOTIFY settingsChanged)
     Q_PROPERTY(bool linear READ linear WRITE setLinear NOTIFY settingsChanged)
     Q_PROPERTY(QString accessibleName READ accessibleName WRITE setAccessibleName NOTIFY settingsChanged)
@@ -96,15 +98,30 @@ public:
     void setPieBackgroundColor(const QColor &color);
     [[nodiscard]] bool showLabel() const { return m_showLabel; } ///< true; seen at the next reload
     void setShowLabel(bool show);
-    [[nodiscard]] QFont labelFont() const { return m_labelFont; } ///< bold, 20 pixels, again after each change of the frame
+    [[nodiscard]] QFont labelFont() const
+    {
+        return m_labelFont;
+    } ///< bold, 20 pixels, again after each change of the frame
     void setLabelFont(const QFont &font);
-    [[nodiscard]] QColor labelColor() const { return m_labelColor; } ///< white; of labels that are made from now on
+    [[nodiscard]] QColor labelColor() const
+    {
+        return m_labelColor;
+    } ///< white; of labels that are made from now on
     void setLabelColor(const QColor &color);
-    [[nodiscard]] QColor labelShadowColor() const { return m_labelShadowColor; } ///< invalid: no shadow, as at first
+    [[nodiscard]] QColor labelShadowColor() const
+    {
+        return m_labelShadowColor;
+    } ///< invalid: no shadow, as at first
     void setLabelShadowColor(const QColor &color);
-    [[nodiscard]] double labelRadius() const { return m_labelRadius; } ///< the radius over the root of 2, rounded
+    [[nodiscard]] double labelRadius() const
+    {
+        return m_labelRadius;
+    } ///< the radius over the root of 2, rounded
     void setLabelRadius(double radius);
-    [[nodiscard]] double selectedSliceStroke() const { return m_selectedSliceStroke; } ///< 3; stored, without effect
+    [[nodiscard]] double selectedSliceStroke() const
+    {
+        return m_selectedSliceStroke;
+    } ///< 3; stored, without effect
     void setSelectedSliceStroke(double width);
     /// How far a selected slice moves out. 0 and less: it does not.
     [[nodiscard]] double selectedSliceOffsetRadius() const { return m_selectedSliceOffsetRadius; }
@@ -115,22 +132,27 @@ public:
     [[nodiscard]] bool linear() const { return m_linear; } ///< false: arcs start and end gently
     void setLinear(bool linear);
 
-    /// Asks the data source anew and moves the slices there; without one, nothing happens. Slices whose values stay are
-    /// kept. Slices that are pulled out move back without a word to the delegate. Asked for from inside a reload, it
-    /// runs once more after that; asked for from inside that one again, it is left out: a data source that always asks
-    /// would never come to an end.
+    /// Asks the data source anew and moves the slices there; without one, nothing happens. Slices whose
+    /// values stay are kept. Slices that are pulled out move back without a word to the delegate. Asked for
+    /// from inside a reload, it runs once more after that; asked for from inside that one again, it is left
+    /// out: a data source that always asks would never come to an end.
     Q_INVOKABLE void reloadData();
     /// A slice as it is before it has data, not in the chart.
     [[nodiscard]] std::shared_ptr<SliceLayer> createSliceLayer() const;
-    void updateLabelForLayerValueStartAngleEndAngle(SliceLayer &layer, double value, double startAngle, double endAngle);
+    void updateLabelForLayerValueStartAngleEndAngle(SliceLayer &layer, double value, double startAngle,
+                                                    double endAngle);
 
     /// Brings outlines and labels to the angles that are on screen; called for each frame while arcs move.
     void updateTimerFired();
     void animationDidStart(const std::shared_ptr<const ArcAnimation> &animation) override;
-    void animationDidStopFinished(const std::shared_ptr<const ArcAnimation> &animation, bool finished) override;
+    void animationDidStopFinished(const std::shared_ptr<const ArcAnimation> &animation,
+                                  bool finished) override;
     /// The frame timer exists, which it does while arcs move.
     [[nodiscard]] bool hasAnimationTimer() const { return m_hasAnimationTimer; }
-    [[nodiscard]] const std::unordered_set<std::shared_ptr<const ArcAnimation>> &animations() const { return m_animations; }
+    [[nodiscard]] const std::unordered_set<std::shared_ptr<const ArcAnimation>> &animations() const
+    {
+        return m_animations;
+    }
 
     /// -1: none. Stays when a tap beside the pie deselects.
     [[nodiscard]] int selectedSliceIndex() const { return m_selectedSliceIndex; }
@@ -139,8 +161,8 @@ public:
     void touchesMovedWithEvent(const QPointF &touch);
     void touchesEndedWithEvent(const QPointF &touch);
     void touchesCancelledWithEvent();
-    /// Raises the slice at a point of the pie view's coordinates and lowers the others; -1: none is there. A slice that
-    /// is pulled out is found where it lies at rest.
+    /// Raises the slice at a point of the pie view's coordinates and lowers the others; -1: none is there. A
+    /// slice that is pulled out is found where it lies at rest.
     int getCurrentSelectedOnTouch(const QPointF &point);
     /// -1 is none, as the one selected before and the one to select.
     void notifyDelegateOfSelectionChangeFromTo(int previous, int index);
@@ -155,7 +177,10 @@ public:
     void tapSliceAtIndex(int index);
 
     [[nodiscard]] const PieView &pieView() const { return m_pieView; }
-    [[nodiscard]] const std::vector<std::shared_ptr<SliceLayer>> &sliceLayers() const { return m_sliceLayers; }
+    [[nodiscard]] const std::vector<std::shared_ptr<SliceLayer>> &sliceLayers() const
+    {
+        return m_sliceLayers;
+    }
     /// What would be painted now, `scale` pixels for one of the item's.
     [[nodiscard]] PiePicture picture(double scale) const;
     void paint(QPainter *painter) override;
@@ -198,7 +223,8 @@ private:
     [[nodiscard]] bool readValues(Reload &reload);
     void fullPass(Reload &reload);
     void collapsePass();
-    [[nodiscard]] std::shared_ptr<SliceLayer> chooseLayer(Reload &reload, unsigned index, bool &growsOutOfStart);
+    [[nodiscard]] std::shared_ptr<SliceLayer> chooseLayer(Reload &reload, unsigned index,
+                                                          bool &growsOutOfStart);
     void colorLayer(SliceLayer &layer, unsigned index);
     void textLayer(SliceLayer &layer, unsigned index);
     void animateLayer(SliceLayer &layer, double startFrom, double endFrom, double start, double end);
@@ -222,7 +248,8 @@ private:
     void ensureFrames();
     [[nodiscard]] bool anythingMoves() const;
     void scheduleRepaint();
-    [[nodiscard]] PiePicture::Label paintedLabel(const LabelLayer &layer, const QPointF &offset, double scale) const;
+    [[nodiscard]] PiePicture::Label paintedLabel(const LabelLayer &layer, const QPointF &offset,
+                                                 double scale) const;
     void sliceItemsChanged();
     void announceFocus();
 

@@ -29,7 +29,8 @@ void QVPieChart::animationDidStart(const std::shared_ptr<const ArcAnimation> &an
     ensureFrames();
 }
 
-void QVPieChart::animationDidStopFinished(const std::shared_ptr<const ArcAnimation> &animation, bool /*finished*/)
+void QVPieChart::animationDidStopFinished(const std::shared_ptr<const ArcAnimation> &animation,
+                                          bool /*finished*/)
 {
     m_animations.erase(animation);
     if (m_animations.empty()) {

@@ -1,8 +1,8 @@
 // What a pie chart tells when slices are selected; each call may be left out.
 //
-// Called on the GUI thread. The chart borrows its delegate and forgets one that is destroyed. From inside a call
-// everything may be done to the chart but destroying it; the change that is being told goes on afterwards with the
-// same indices.
+// Called on the GUI thread. The chart borrows its delegate and forgets one that is destroyed. From inside a
+// call everything may be done to the chart but destroying it; the change that is being told goes on
+// afterwards with the same indices.
 #pragma once
 
 #include "chart/Guarded.h"

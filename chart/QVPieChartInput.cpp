@@ -1,7 +1,7 @@
 // Fingers, mouse and keys.
 //
-// A press is taken only while the pie view takes touches, and then followed to its end; of several fingers, the first.
-// Whoever takes it away, as a list does that begins to scroll, cancels it: nothing is selected.
+// A press is taken only while the pie view takes touches, and then followed to its end; of several fingers,
+// the first. Whoever takes it away, as a list does that begins to scroll, cancels it: nothing is selected.
 #include "chart/QVPieChart.h"
 
 #include <QKeyEvent>
@@ -34,7 +34,8 @@ void QVPieChart::touchesCancelledWithEvent()
     clearHighlight();
 }
 
-// At most once for each touch, whatever comes first: its end, somebody who takes it away, or slices that close.
+// At most once for each touch, whatever comes first: its end, somebody who takes it away, or slices that
+// close.
 void QVPieChart::finishTouch(const std::optional<QPointF> &end)
 {
     if (!m_isTouching) {

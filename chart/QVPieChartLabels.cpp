@@ -50,8 +50,8 @@ std::shared_ptr<SliceLayer> QVPieChart::createSliceLayer() const
     return layer;
 }
 
-void QVPieChart::updateLabelForLayerValueStartAngleEndAngle(SliceLayer &layer, double value, double startAngle,
-                                                            double endAngle)
+void QVPieChart::updateLabelForLayerValueStartAngleEndAngle(SliceLayer &layer, double value,
+                                                            double startAngle, double endAngle)
 {
     LabelLayer &label = layer.label();
     label.hidden = !m_showLabel;
@@ -64,7 +64,8 @@ void QVPieChart::updateLabelForLayerValueStartAngleEndAngle(SliceLayer &layer, d
     QPainterPath sector = sectorPath({}, m_pieRadius, startAngle, endAngle);
     sector.setFillRule(Qt::OddEvenFill);
     const QPointF anchor = pointAtAngle({}, m_labelRadius, (startAngle + endAngle) / 2);
-    if (value > 0 && sector.contains(anchor + QPointF(half, 0)) && sector.contains(anchor - QPointF(half, 0))) {
+    if (value > 0 && sector.contains(anchor + QPointF(half, 0)) &&
+        sector.contains(anchor - QPointF(half, 0))) {
         label.foregroundColor = Qt::white;
         label.string = text;
         label.bounds = {m_pieRadius, size.height()};

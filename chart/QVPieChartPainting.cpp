@@ -72,7 +72,8 @@ PiePicture::Label QVPieChart::paintedLabel(const LabelLayer &layer, const QPoint
 {
     PiePicture::Label label;
     label.string = layer.string;
-    const QPointF anchor(layer.anchorPoint.x() * layer.bounds.width(), layer.anchorPoint.y() * layer.bounds.height());
+    const QPointF anchor(layer.anchorPoint.x() * layer.bounds.width(),
+                         layer.anchorPoint.y() * layer.bounds.height());
     label.box = QRectF(layer.position - anchor + offset, layer.bounds);
     label.font = layer.font;
     label.color = layer.foregroundColor;

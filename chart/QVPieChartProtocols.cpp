@@ -4,13 +4,14 @@
 
 namespace slicewise {
 
-OptionalAnswer<UIColor> QVPieChartDataSource::pieChartColorForSliceAtIndex(QVPieChart & /*chart*/, unsigned /*index*/)
+OptionalAnswer<UIColor> QVPieChartDataSource::pieChartColorForSliceAtIndex(QVPieChart & /*chart*/,
+                                                                           unsigned /*index*/)
 {
     return std::nullopt;
 }
 
-OptionalAnswer<std::optional<QString>> QVPieChartDataSource::pieChartTextForSliceAtIndex(QVPieChart & /*chart*/,
-                                                                                         unsigned /*index*/)
+OptionalAnswer<std::optional<QString>> QVPieChartDataSource::pieChartTextForSliceAtIndex(
+    QVPieChart & /*chart*/, unsigned /*index*/)
 {
     return std::nullopt;
 }

@@ -22,7 +22,10 @@ constexpr double kScaleOfHugeValues = 0x1p-16;
 /// Ends the group also where a data source throws.
 class TransactionGroup {
 public:
-    explicit TransactionGroup(Transaction &transaction) : m_transaction(transaction) { m_transaction.begin(); }
+    explicit TransactionGroup(Transaction &transaction) : m_transaction(transaction)
+    {
+        m_transaction.begin();
+    }
     TransactionGroup(const TransactionGroup &) = delete;
     TransactionGroup &operator=(const TransactionGroup &) = delete;
     ~TransactionGroup() { m_transaction.commit(); }
@@ -228,9 +231,10 @@ void QVPieChart::textLayer(SliceLayer &layer, unsigned index)
 void QVPieChart::animateLayer(SliceLayer &layer, double startFrom, double endFrom, double start, double end)
 {
     const TimingCurve timing = m_linear ? TimingCurve::Linear : TimingCurve::Default;
-    layer.createArcAnimationForKeyFromValueToValueDelegateLinear(SliceLayer::kStartAngle, startFrom, start, this,
+    layer.createArcAnimationForKeyFromValueToValueDelegateLinear(SliceLayer::kStartAngle, startFrom, start,
+                                                                 this, timing);
+    layer.createArcAnimationForKeyFromValueToValueDelegateLinear(SliceLayer::kEndAngle, endFrom, end, this,
                                                                  timing);
-    layer.createArcAnimationForKeyFromValueToValueDelegateLinear(SliceLayer::kEndAngle, endFrom, end, this, timing);
 }
 
 void QVPieChart::removeLayers(const std::unordered_set<std::shared_ptr<SliceLayer>> &layers)

@@ -31,7 +31,8 @@ QPainterPath sectorPath(const QPointF &center, double radius, double startRadian
     const QRectF square(center.x() - radius, center.y() - radius, 2 * radius, 2 * radius);
     path.moveTo(center);
     // Qt counts angles the other way round.
-    path.arcTo(square, -std::fmod(startRadians, kTurnRadians) * kDegreesPerRadian, -sweep * kDegreesPerRadian);
+    path.arcTo(square, -std::fmod(startRadians, kTurnRadians) * kDegreesPerRadian,
+               -sweep * kDegreesPerRadian);
     path.closeSubpath();
     return path;
 }

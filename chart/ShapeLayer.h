@@ -1,8 +1,8 @@
 // An outline that is filled and stroked somewhere in a view, and the text that may lie on it.
 //
-// Position and colours have what is set (the model) and what is on screen: setting one outside a group that disables
-// actions moves what is on screen there, over the group's time, from where it is. All else changes at once.
-// Used on the GUI thread alone.
+// Position and colours have what is set (the model) and what is on screen: setting one outside a group that
+// disables actions moves what is on screen there, over the group's time, from where it is. All else changes
+// at once. Used on the GUI thread alone.
 #pragma once
 
 #include "chart/Transaction.h"

@@ -1,7 +1,8 @@
 // What those who read the screen, rather than see it, find of a slice: an invisible item over it.
 //
-// The chart owns its items and keeps them at their slices; an item is one of the chart's as long as it lives. The chart
-// and its slices answer by QAccessibleInterface of their own, since a slice has a value (its share), a place and a press.
+// The chart owns its items and keeps them at their slices; an item is one of the chart's as long as it lives.
+// The chart and its slices answer by QAccessibleInterface of their own, since a slice has a value (its
+// share), a place and a press.
 #pragma once
 
 #include <QQuickItem>

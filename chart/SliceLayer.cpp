@@ -33,8 +33,8 @@ bool SliceLayer::needsDisplayForKey(std::string_view key)
 QString SliceLayer::description() const
 {
     return QStringLiteral("value:%1, percentage:%2, start:%3, end:%4")
-        .arg(fixedText(m_value, 6), fixedText(m_percentage, 0), fixedText(m_startAngle * kDegreesPerRadian, 6),
-             fixedText(m_endAngle * kDegreesPerRadian, 6));
+        .arg(fixedText(m_value, 6), fixedText(m_percentage, 0),
+             fixedText(m_startAngle * kDegreesPerRadian, 6), fixedText(m_endAngle * kDegreesPerRadian, 6));
 }
 
 std::optional<double> SliceLayer::valueForKey(std::string_view key) const
@@ -73,8 +73,8 @@ double SliceLayer::shownAngle(const Running &running, double model) const
     return running ? running->valueAt(transaction()->time()) : model;
 }
 
-void SliceLayer::createArcAnimationForKeyFromValueToValueDelegateLinear(std::string_view key, double fromValue,
-                                                                        double toValue,
+void SliceLayer::createArcAnimationForKeyFromValueToValueDelegateLinear(std::string_view key,
+                                                                        double fromValue, double toValue,
                                                                         ArcAnimationDelegate *delegate,
                                                                         TimingCurve timing)
 {

@@ -1,7 +1,7 @@
 // One slice of a pie: its data, its outline, its label, and two angles that move.
 //
-// The angles have what is set (the model) and what is on screen, which presentationLayer() shows; a running animation
-// is the difference. Angles are in radians and grow clockwise on a screen, from 0 on the right.
+// The angles have what is set (the model) and what is on screen, which presentationLayer() shows; a running
+// animation is the difference. Angles are in radians and grow clockwise on a screen, from 0 on the right.
 // Used on the GUI thread alone.
 #pragma once
 
@@ -50,7 +50,8 @@ public:
     [[nodiscard]] LabelLayer &label() { return m_label; }
     [[nodiscard]] const LabelLayer &label() const { return m_label; }
 
-    /// "value:5.000000, percentage:0, start:90.000000, end:180.000000": the share is rounded, the angles in degrees.
+    /// "value:5.000000, percentage:0, start:90.000000, end:180.000000": the share is rounded, the angles in
+    /// degrees.
     [[nodiscard]] QString description() const;
 
     /// Absent for what is none of the two angles.
@@ -61,11 +62,12 @@ public:
     /// What is on screen at the transaction's time; absent for a layer that has not been there yet.
     [[nodiscard]] std::optional<SliceLayer> presentationLayer() const;
 
-    /// Sets an angle, and moves what is on screen there from where it is now, over the transaction's time. `fromValue`
-    /// counts only where nothing has been on screen. Takes the place of an animation of the same key. Other keys
-    /// than the two angles are ignored.
+    /// Sets an angle, and moves what is on screen there from where it is now, over the transaction's time.
+    /// `fromValue` counts only where nothing has been on screen. Takes the place of an animation of the same
+    /// key. Other keys than the two angles are ignored.
     void createArcAnimationForKeyFromValueToValueDelegateLinear(std::string_view key, double fromValue,
-                                                                double toValue, ArcAnimationDelegate *delegate,
+                                                                double toValue,
+                                                                ArcAnimationDelegate *delegate,
                                                                 TimingCurve timing);
 
     /// The one that runs, or null.

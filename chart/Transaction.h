@@ -1,7 +1,8 @@
 // Groups changes to layers: how long what they set in motion takes, and when it starts.
 //
-// Shared by a chart and its layers, used on the GUI thread alone. Time stands still between two calls of latch(), so
-// that all layers of a frame are seen at one moment. Outside begin() and commit() each change is a group of its own.
+// Shared by a chart and its layers, used on the GUI thread alone. Time stands still between two calls of
+// latch(), so that all layers of a frame are seen at one moment. Outside begin() and commit() each change is
+// a group of its own.
 #pragma once
 
 #include "chart/ArcAnimation.h"

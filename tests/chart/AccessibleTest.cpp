@@ -1,7 +1,6 @@
 // What those who read the screen find.
-#include "tests/chart/ChartParts.h"
-
 #include "chart/SliceItem.h"
+#include "tests/chart/ChartParts.h"
 
 #include <QAccessible>
 #include <QQmlComponent>
@@ -9,7 +8,8 @@
 #include <QQuickWindow>
 #include <gtest/gtest.h>
 
-void qml_register_types_Slicewise_Chart(); // NOLINT(readability-identifier-naming): Qt's name for what it generates
+void qml_register_types_Slicewise_Chart(); // NOLINT(readability-identifier-naming): Qt's name for what it
+                                           // generates
 
 namespace slicewise {
 
@@ -25,7 +25,10 @@ protected:
         parts.show({1, 3});
     }
 
-    [[nodiscard]] QAccessibleInterface &chart() { return *QAccessible::queryAccessibleInterface(&parts.chart); }
+    [[nodiscard]] QAccessibleInterface &chart()
+    {
+        return *QAccessible::queryAccessibleInterface(&parts.chart);
+    }
     [[nodiscard]] QAccessibleInterface &slice(int index) { return *chart().child(index); }
 
     QQuickWindow window;
@@ -53,7 +56,8 @@ TEST_F(AccessibleTest, isFoundFromTheWindow)
     qml_register_types_Slicewise_Chart();
     QQmlEngine engine;
     QQmlComponent component(&engine);
-    component.setData("import QtQuick\nimport Slicewise.Chart\nItem { QVPieChart { width: 200; height: 100 } }", QUrl());
+    component.setData(
+        "import QtQuick\nimport Slicewise.Chart\nItem { QVPieChart { width: 200; height: 100 } }", QUrl());
     const std::unique_ptr<QQuickItem> item(qobject_cast<QQuickItem *>(component.create()));
     ASSERT_NE(item, nullptr) << component.errorString().toStdString();
     item->setParentItem(window.contentItem());

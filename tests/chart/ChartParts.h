@@ -1,4 +1,5 @@
-// A data source and a delegate that remember what they are asked and told, and a chart between them whose time a test steps.
+// A data source and a delegate that remember what they are asked and told, and a chart between them whose
+// time a test steps.
 #pragma once
 
 #include "chart/QVPieChart.h"
@@ -39,7 +40,8 @@ public:
         const auto found = colors.find(index);
         return found != colors.end() ? OptionalAnswer<UIColor>(found->second) : std::nullopt;
     }
-    OptionalAnswer<std::optional<QString>> pieChartTextForSliceAtIndex(QVPieChart & /*chart*/, unsigned index) override
+    OptionalAnswer<std::optional<QString>> pieChartTextForSliceAtIndex(QVPieChart & /*chart*/,
+                                                                       unsigned index) override
     {
         calls.push_back("text " + std::to_string(index));
         const auto found = texts.find(index);
@@ -61,7 +63,10 @@ public:
         note("willSelect", chart, index);
         return allows;
     }
-    void pieChartDidSelectSliceAtIndex(QVPieChart &chart, unsigned index) override { note("didSelect", chart, index); }
+    void pieChartDidSelectSliceAtIndex(QVPieChart &chart, unsigned index) override
+    {
+        note("didSelect", chart, index);
+    }
     void pieChartWillDeselectSliceAtIndex(QVPieChart &chart, unsigned index) override
     {
         note("willDeselect", chart, index);
@@ -72,7 +77,8 @@ public:
     }
 
     bool allows = true;
-    Calls calls; ///< "willSelect 2: 1 out, selected 0": which are pulled out, and the recorded index, at that moment
+    Calls calls; ///< "willSelect 2: 1 out, selected 0": which are pulled out, and the recorded index, at that
+                 ///< moment
     std::function<void(QVPieChart &)> onCall;
 
 private:
@@ -113,7 +119,10 @@ struct ChartParts {
         clock->runOut();
     }
     [[nodiscard]] SliceLayer &layer(std::size_t index) const { return *chart.sliceLayers().at(index); }
-    [[nodiscard]] SliceLayer shown(std::size_t index) const { return layer(index).presentationLayer().value(); }
+    [[nodiscard]] SliceLayer shown(std::size_t index) const
+    {
+        return layer(index).presentationLayer().value();
+    }
     [[nodiscard]] std::vector<double> values() const
     {
         std::vector<double> all;

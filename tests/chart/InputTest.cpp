@@ -29,7 +29,10 @@ protected:
         QCoreApplication::processEvents();
     }
 
-    [[nodiscard]] QPoint at(std::size_t index) const { return parts.chart.mapToScene(parts.pointIn(index)).toPoint(); }
+    [[nodiscard]] QPoint at(std::size_t index) const
+    {
+        return parts.chart.mapToScene(parts.pointIn(index)).toPoint();
+    }
     [[nodiscard]] bool raised(std::size_t index) const { return parts.layer(index).zPosition() > 100; }
     void collapse()
     {
@@ -50,7 +53,8 @@ TEST_F(InputTest, theMouseSelects)
     EXPECT_THAT(parts.delegate.calls, IsEmpty());
     QTest::mouseRelease(&window, Qt::LeftButton, {}, at(2));
     EXPECT_FALSE(raised(2));
-    EXPECT_THAT(parts.delegate.calls, ElementsAre("willSelect 2: selected -1", "didSelect 2: 2 out, selected 2"));
+    EXPECT_THAT(parts.delegate.calls,
+                ElementsAre("willSelect 2: selected -1", "didSelect 2: 2 out, selected 2"));
 }
 
 TEST_F(InputTest, theMouseRaisesWhatItIsDraggedOver)
@@ -88,11 +92,13 @@ TEST_F(InputTest, aFingerSelects)
     QTest::touchEvent(&window, screen.get()).press(0, at(2));
     EXPECT_TRUE(raised(2));
     QTest::touchEvent(&window, screen.get()).move(0, at(1));
-    EXPECT_TRUE(raised(1));
+    // The window holds moves back until its next frame.
+    EXPECT_TRUE(QTest::qWaitFor([&] { return raised(1); }));
     EXPECT_FALSE(raised(2));
     QTest::touchEvent(&window, screen.get()).release(0, at(1));
     EXPECT_FALSE(raised(1));
-    EXPECT_THAT(parts.delegate.calls, ElementsAre("willSelect 1: selected -1", "didSelect 1: 1 out, selected 1"));
+    EXPECT_THAT(parts.delegate.calls,
+                ElementsAre("willSelect 1: selected -1", "didSelect 1: 1 out, selected 1"));
 }
 
 TEST_F(InputTest, ofSeveralFingersTheFirstCounts)
@@ -234,7 +240,8 @@ TEST_F(InputTest, keysTapTheFocusedSlice)
         key(Qt::Key_Home);
         key(Qt::Key_Right);
         key(which);
-        EXPECT_THAT(parts.delegate.calls, ElementsAre("willSelect 1: selected -1", "didSelect 1: 1 out, selected 1"));
+        EXPECT_THAT(parts.delegate.calls,
+                    ElementsAre("willSelect 1: selected -1", "didSelect 1: 1 out, selected 1"));
         key(which);
         EXPECT_FALSE(parts.layer(1).isSelected()) << "turned over";
     }

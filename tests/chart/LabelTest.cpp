@@ -97,7 +97,8 @@ TEST_F(LabelTest, isWhiteWhateverTheChartsColour)
     parts.chart.setLabelColor(Qt::red);
     parts.show({1, 1000000});
     EXPECT_EQ(parts.layer(1).label().foregroundColor, QColor(Qt::white));
-    EXPECT_EQ(parts.layer(0).label().foregroundColor, QColor(Qt::red)) << "where there is no room it is left alone";
+    EXPECT_EQ(parts.layer(0).label().foregroundColor, QColor(Qt::red))
+        << "where there is no room it is left alone";
 }
 
 // Upright slices around the top: the label's text lies across them.
@@ -112,9 +113,11 @@ TEST_F(LabelTest, showsOnlyWhereBothEndsOfItsTextLieInTheSlice)
     layer->setText(QStringLiteral("MMMM"));
     parts.chart.updateLabelForLayerValueStartAngleEndAngle(*layer, 1, kTop - fits / 2, kTop + fits / 2);
     EXPECT_EQ(layer->label().string, QStringLiteral("MMMM"));
-    parts.chart.updateLabelForLayerValueStartAngleEndAngle(*layer, 1, kTop - tooNarrow / 2, kTop + tooNarrow / 2);
+    parts.chart.updateLabelForLayerValueStartAngleEndAngle(*layer, 1, kTop - tooNarrow / 2,
+                                                           kTop + tooNarrow / 2);
     EXPECT_EQ(layer->label().string, QString());
-    parts.chart.updateLabelForLayerValueStartAngleEndAngle(*layer, 1, kTop - fits / 2 + 0.02, kTop + fits / 2 - 0.02);
+    parts.chart.updateLabelForLayerValueStartAngleEndAngle(*layer, 1, kTop - fits / 2 + 0.02,
+                                                           kTop + fits / 2 - 0.02);
     EXPECT_EQ(layer->label().string, QString());
 }
 

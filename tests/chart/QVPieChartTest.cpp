@@ -10,7 +10,8 @@
 
 #include <limits>
 
-void qml_register_types_Slicewise_Chart(); // NOLINT(readability-identifier-naming): Qt's name for what it generates
+void qml_register_types_Slicewise_Chart(); // NOLINT(readability-identifier-naming): Qt's name for what it
+                                           // generates
 
 namespace slicewise {
 
@@ -31,7 +32,8 @@ TEST(QVPieChart, beginsWithItsDefaults)
     EXPECT_EQ(chart.animationSpeed(), 0.5);
     EXPECT_EQ(chart.pieRadius(), 43.75);
     EXPECT_EQ(chart.pieCenter(), QPointF(43.75, 43.75));
-    EXPECT_EQ(chart.pieView().frame, QRectF(56.25, 6.25, 87.5, 87.5)) << "in the middle of the chart's own rectangle";
+    EXPECT_EQ(chart.pieView().frame, QRectF(56.25, 6.25, 87.5, 87.5))
+        << "in the middle of the chart's own rectangle";
     EXPECT_EQ(chart.pieView().cornerRadius, 43.75);
     EXPECT_TRUE(chart.pieView().userInteractionEnabled);
     EXPECT_EQ(chart.pieBackgroundColor(), QColor(Qt::transparent));
@@ -109,7 +111,8 @@ TEST(QVPieChart, aFrameThatOnlyMovesIsANewFrameToo)
     parts.chart.setX(5);
     EXPECT_EQ(parts.chart.labelFont().pixelSize(), 20);
     EXPECT_EQ(parts.values().size(), 2U);
-    EXPECT_EQ(parts.chart.pieView().frame, QRectF(56.25, 6.25, 87.5, 87.5)) << "the size counts, not the place";
+    EXPECT_EQ(parts.chart.pieView().frame, QRectF(56.25, 6.25, 87.5, 87.5))
+        << "the size counts, not the place";
 }
 
 TEST(QVPieChart, keepsWhatIsSetAndSaysSo)
@@ -158,8 +161,9 @@ TEST(QVPieChart, theStrokeOfASelectedSliceChangesNothing)
 TEST(QVPieChart, keepsWhatItHasWhereANumberIsNone)
 {
     QVPieChart chart({0, 0, 200, 100});
-    for (const double bad : {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
-                             -std::numeric_limits<double>::infinity()}) {
+    for (const double bad :
+         {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
+          -std::numeric_limits<double>::infinity()}) {
         chart.setStartPieAngle(bad);
         chart.setAnimationSpeed(bad);
         chart.setPieRadius(bad);
@@ -193,7 +197,8 @@ TEST(QVPieChart, cutsLengthsThatNothingHas)
 
 TEST(QVPieChart, worksInAFrameOfNoSize)
 {
-    for (const QRectF &frame : {QRectF(), QRectF(0, 0, 0, 50), QRectF(0, 0, -20, 50), QRectF(0, 0, 1e30, 1e30)}) {
+    for (const QRectF &frame :
+         {QRectF(), QRectF(0, 0, 0, 50), QRectF(0, 0, -20, 50), QRectF(0, 0, 1e30, 1e30)}) {
         ChartParts parts({}, frame);
         parts.show({1, 2, 3});
         EXPECT_EQ(parts.values().size(), 3U);
@@ -212,9 +217,10 @@ protected:
     {
         qml_register_types_Slicewise_Chart();
         QQmlComponent component(&engine);
-        component.setData("import QtQuick\nimport Slicewise.Chart\n"
-                          "QVPieChart { labelFont.pixelSize: 9; showPercentage: false; width: 200; height: 100 }",
-                          QUrl());
+        component.setData(
+            "import QtQuick\nimport Slicewise.Chart\n"
+            "QVPieChart { labelFont.pixelSize: 9; showPercentage: false; width: 200; height: 100 }",
+            QUrl());
         chart.reset(qobject_cast<QVPieChart *>(component.create()));
         ASSERT_NE(chart, nullptr) << component.errorString().toStdString();
     }

@@ -81,8 +81,9 @@ TEST(OddValues, moreSlicesThanThereArePixelsAreNotAskedFor)
     EXPECT_EQ(parts.chart.sliceLayers().size(), QVPieChart::kMostSlices);
     parts.clock->step(1);
     EXPECT_FALSE(parts.clock->isRunning());
-    EXPECT_EQ(std::ranges::count_if(parts.source.calls, [](const auto &call) { return call.starts_with("value"); }),
-              static_cast<long>(QVPieChart::kMostSlices));
+    EXPECT_EQ(
+        std::ranges::count_if(parts.source.calls, [](const auto &call) { return call.starts_with("value"); }),
+        static_cast<long>(QVPieChart::kMostSlices));
 }
 
 TEST(Reentry, theCountOfTheFirstAnswerHolds)
@@ -171,8 +172,12 @@ TEST(Reentry, aDataSourceThatIsDestroyedAtItsLastQuestionsLeavesDefaults)
     public:
         explicit Vanishing(std::unique_ptr<QVPieChartDataSource> &self) : m_self(self) {}
         unsigned numberOfSlicesInPieChart(QVPieChart & /*chart*/) override { return 2; }
-        double pieChartValueForSliceAtIndex(QVPieChart & /*chart*/, unsigned index) override { return index + 1; }
-        OptionalAnswer<UIColor> pieChartColorForSliceAtIndex(QVPieChart & /*chart*/, unsigned /*index*/) override
+        double pieChartValueForSliceAtIndex(QVPieChart & /*chart*/, unsigned index) override
+        {
+            return index + 1;
+        }
+        OptionalAnswer<UIColor> pieChartColorForSliceAtIndex(QVPieChart & /*chart*/,
+                                                             unsigned /*index*/) override
         {
             m_self.reset();
             return UIColor{1, 0, 0, 1};
@@ -203,6 +208,7 @@ TEST(Reentry, aReloadFromInsideADelegateRunsAtOnceAndTheChangeGoesOn)
     EXPECT_THAT(parts.delegate.calls, ElementsAre("willSelect 2: selected -1", "didSelect 2: selected 2"));
     EXPECT_EQ(parts.values(), (std::vector<double>{1, 2}));
     EXPECT_FALSE(parts.layer(0).isSelected());
+    parts.clock->runOut();
     parts.tapSlice(1);
     EXPECT_TRUE(parts.layer(1).isSelected());
     parts.clock->runOut();

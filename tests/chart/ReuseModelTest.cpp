@@ -15,7 +15,8 @@ struct Named {
     double value;
 };
 
-/// Makes the list that shows the values out of the one that is there: keeps, inserts, moves to the end, removes.
+/// Makes the list that shows the values out of the one that is there: keeps, inserts, moves to the end,
+/// removes.
 class Model {
 public:
     void reload(const std::vector<double> &values)
@@ -71,10 +72,7 @@ private:
         } while (m_list[i].value != value && difference != 0);
         keep(i, leaving);
     }
-    void keep(std::size_t i, std::vector<int> &leaving) const
-    {
-        std::erase(leaving, m_list[i].name);
-    }
+    void keep(std::size_t i, std::vector<int> &leaving) const { std::erase(leaving, m_list[i].name); }
 
     std::vector<Named> m_list;
     int m_next = 0;
@@ -83,7 +81,9 @@ private:
 std::vector<double> randomValues(std::mt19937 &random, const std::vector<double> &last)
 {
     std::vector<double> values = last;
-    const auto pick = [&](std::size_t below) { return std::uniform_int_distribution<std::size_t>(0, below - 1)(random); };
+    const auto pick = [&](std::size_t below) {
+        return std::uniform_int_distribution<std::size_t>(0, below - 1)(random);
+    };
     switch (pick(6)) {
     case 0:
         values.assign(pick(12), 0);
@@ -99,7 +99,8 @@ std::vector<double> randomValues(std::mt19937 &random, const std::vector<double>
         break;
     case 3:
         for (std::size_t i = pick(4); i > 0; --i) {
-            values.insert(values.begin() + static_cast<long>(pick(values.size() + 1)), static_cast<double>(pick(9)));
+            values.insert(values.begin() + static_cast<long>(pick(values.size() + 1)),
+                          static_cast<double>(pick(9)));
         }
         break;
     case 4:

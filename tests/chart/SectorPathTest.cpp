@@ -23,8 +23,8 @@ std::optional<bool> liesWithin(const QPointF &point, double radius, double start
     angle += angle < 0 ? kTurn : 0;
     const double sweep = end - start;
     const double gap = kUnsure / std::max(distance, kUnsure);
-    if (std::abs(distance - radius) < kUnsure || distance < kUnsure || std::abs(angle - sweep) < gap || angle < gap ||
-        angle > kTurn - gap) {
+    if (std::abs(distance - radius) < kUnsure || distance < kUnsure || std::abs(angle - sweep) < gap ||
+        angle < gap || angle > kTurn - gap) {
         return std::nullopt;
     }
     return distance < radius && angle < sweep;

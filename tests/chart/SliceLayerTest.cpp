@@ -25,7 +25,8 @@ public:
     {
         calls.push_back("start " + animation->key + " to " + std::to_string(animation->toValue));
     }
-    void animationDidStopFinished(const std::shared_ptr<const ArcAnimation> &animation, bool finished) override
+    void animationDidStopFinished(const std::shared_ptr<const ArcAnimation> &animation,
+                                  bool finished) override
     {
         calls.push_back((finished ? "finish " : "interrupt ") + animation->key + " to " +
                         std::to_string(animation->toValue));
@@ -120,13 +121,15 @@ TEST_F(SliceLayerTest, describesItselfWithItsShareAsAFractionAndItsAnglesInDegre
     layer.setPercentage(0.25);
     layer.setStartAngle(kPi / 2);
     layer.setEndAngle(kPi);
-    EXPECT_EQ(layer.description(), QStringLiteral("value:5.000000, percentage:0, start:90.000000, end:180.000000"));
+    EXPECT_EQ(layer.description(),
+              QStringLiteral("value:5.000000, percentage:0, start:90.000000, end:180.000000"));
     layer.setPercentage(0.75);
     layer.setValue(-1234567.25);
     EXPECT_EQ(layer.description(),
               QStringLiteral("value:-1234567.250000, percentage:1, start:90.000000, end:180.000000"));
     layer.setPercentage(0.5);
-    EXPECT_TRUE(layer.description().contains(QStringLiteral("percentage:0,"))) << "halves go to the even number";
+    EXPECT_TRUE(layer.description().contains(QStringLiteral("percentage:0,")))
+        << "halves go to the even number";
 }
 
 TEST_F(SliceLayerTest, hasNoCopyOnScreenBeforeItsFirstGroupIsOver)
@@ -209,7 +212,8 @@ TEST_F(SliceLayerTest, takesTheTimeOfItsGroupOrAQuarterOfASecond)
 {
     animate("endAngle", 0, 4);
     EXPECT_EQ(layer.animationForKey("endAngle")->durationSeconds, 2);
-    layer.createArcAnimationForKeyFromValueToValueDelegateLinear("endAngle", 0, 4, &delegate, TimingCurve::Linear);
+    layer.createArcAnimationForKeyFromValueToValueDelegateLinear("endAngle", 0, 4, &delegate,
+                                                                 TimingCurve::Linear);
     EXPECT_EQ(layer.animationForKey("endAngle")->durationSeconds, 0.25);
 }
 
@@ -217,7 +221,8 @@ TEST_F(SliceLayerTest, timeSpentOnMakingAGroupIsNotTheAnimations)
 {
     transaction->begin();
     transaction->setAnimationDuration(1);
-    layer.createArcAnimationForKeyFromValueToValueDelegateLinear("endAngle", 0, 4, nullptr, TimingCurve::Linear);
+    layer.createArcAnimationForKeyFromValueToValueDelegateLinear("endAngle", 0, 4, nullptr,
+                                                                 TimingCurve::Linear);
     clock.step(0.9);
     transaction->commit();
     EXPECT_EQ(layer.presentationLayer()->endAngle(), 0);
@@ -252,7 +257,8 @@ TEST_F(SliceLayerTest, givesUpItsAnimationsWhenTheyAreRemoved)
     pass(0.5);
     layer.removeAllAnimations();
     EXPECT_EQ(layer.presentationLayer()->startAngle(), 4);
-    EXPECT_THAT(delegate.calls, ElementsAre("start startAngle to 4.000000", "interrupt startAngle to 4.000000"));
+    EXPECT_THAT(delegate.calls,
+                ElementsAre("start startAngle to 4.000000", "interrupt startAngle to 4.000000"));
 }
 
 TEST_F(SliceLayerTest, handsOutFinishedAnimationsOnce)
@@ -268,7 +274,8 @@ TEST_F(SliceLayerTest, handsOutFinishedAnimationsOnce)
 TEST_F(SliceLayerTest, setsItsValueAtOnceWithoutATransaction)
 {
     SliceLayer alone;
-    alone.createArcAnimationForKeyFromValueToValueDelegateLinear("endAngle", 0, 4, &delegate, TimingCurve::Linear);
+    alone.createArcAnimationForKeyFromValueToValueDelegateLinear("endAngle", 0, 4, &delegate,
+                                                                 TimingCurve::Linear);
     EXPECT_EQ(alone.endAngle(), 4);
     EXPECT_FALSE(alone.presentationLayer().has_value());
     EXPECT_THAT(delegate.calls, IsEmpty());
