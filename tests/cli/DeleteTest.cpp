@@ -370,6 +370,25 @@ TEST_F(Delete, rootDeletesFromTheSystemItRunsOnOnlyWhereThatIsAllowed)
     }
 }
 
+TEST_F(Delete, whereThatIsAllowedRootDeletesFromTheSystemItRunsOn)
+{
+    if (::getuid() != 0) {
+        GTEST_SKIP() << "It takes root to be allowed it.";
+    }
+    const TemporaryDirectory onDisk(TemporaryDirectory::Lies::OnDisk);
+    onDisk.makeFile("goes", 100);
+    onDisk.makeFile("stays", 100);
+    const std::string line =
+        linesOf(runProgram(program({"classify", onDisk.pathOf("goes")})).standardOutput).at(0);
+    const ProgramResult result = runProgram(
+        program({"delete", "--yes", "--allow-delete", "--quiet", line.substr(line.find('\t') + 1)}));
+    EXPECT_EQ(result.exitStatus, 0) << result.standardError;
+    EXPECT_THAT(result.standardOutput, EndsWith("Freed 100 B.\n"));
+    struct stat status = {};
+    EXPECT_NE(::lstat(onDisk.pathOf("goes").c_str(), &status), 0);
+    EXPECT_EQ(::lstat(onDisk.pathOf("stays").c_str(), &status), 0);
+}
+
 TEST_F(Delete, theReportMarksWhatMayBeDeleted)
 {
     folder().makeFile("usr/lib/libz.so", kMega);
