@@ -5,7 +5,9 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <initializer_list>
+#include <string_view>
 #include <utility>
 
 namespace slicewise {
@@ -44,6 +46,52 @@ const CLI::Option *firstGiven(std::initializer_list<const std::vector<CLI::Optio
         }
     }
     return nullptr;
+}
+
+// ---- arguments in brackets: the parser would take "[a,b]" apart as a list of several
+
+constexpr char kWhole = '\1'; ///< in front of such an argument, while the parser has it
+
+bool looksLikeList(std::string_view argument)
+{
+    argument.remove_prefix(std::min(argument.find_first_not_of(kWhole), argument.size()));
+    return argument.starts_with('[') && argument.ends_with(']');
+}
+
+std::vector<std::string> keptWhole(int argc, const char *const *argv)
+{
+    std::vector<std::string> arguments(argv, argv + argc);
+    for (std::string &argument : arguments) {
+        if (looksLikeList(argument)) {
+            argument.insert(argument.begin(), kWhole);
+        }
+    }
+    return arguments;
+}
+
+void asTyped(std::string &argument)
+{
+    if (argument.starts_with(kWhole) && looksLikeList(argument)) {
+        argument.erase(0, 1);
+    }
+}
+
+void asTyped(std::vector<std::string> &arguments)
+{
+    for (std::string &argument : arguments) {
+        asTyped(argument);
+    }
+}
+
+void parse(CLI::App &app, int argc, const char *const *argv)
+{
+    const std::vector<std::string> arguments = keptWhole(argc, argv);
+    std::vector<const char *> texts;
+    texts.reserve(arguments.size());
+    for (const std::string &argument : arguments) {
+        texts.push_back(argument.c_str());
+    }
+    app.parse(argc, texts.data());
 }
 
 } // namespace
@@ -97,14 +145,21 @@ Arguments readArguments(int argc, const char *const *argv)
     const std::string help = app.help();
     const std::string helpOfDelete = deleteCommand->help("slicewise-cli");
     try {
-        app.parse(argc, argv);
+        parse(app, argc, argv);
     } catch (const CLI::CallForHelp &) {
         return ArgumentsAnswer{.text = deleteCommand->parsed() ? helpOfDelete : help, .status = 0};
     } catch (const CLI::CallForVersion &) {
         return ArgumentsAnswer{.text = "slicewise-cli " SLICEWISE_VERSION "\n", .status = 0};
     } catch (const CLI::ParseError &error) {
-        return wrongUsage(error.what());
+        std::string sentence = error.what();
+        std::erase(sentence, kWhole);
+        return wrongUsage(std::move(sentence));
     }
+    for (std::string *typed : {&scan.root, &scan.path}) {
+        asTyped(*typed);
+    }
+    asTyped(classify.paths);
+    asTyped(deletion.categories);
 
     scan.scope = oneFileSystem ? FileSystemScope::RootOnly : FileSystemScope::AllLocal;
     if (classifyCommand->parsed()) {

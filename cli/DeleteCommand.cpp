@@ -53,7 +53,7 @@ std::optional<std::string> whyRefused(const DeleteArguments &arguments, const Pr
     return std::nullopt;
 }
 
-/// Asks on the terminal; anything but a yes means no.
+/// Asks on the terminal; anything but a line that says yes means no.
 bool agreesTo(const std::string &question)
 {
     Output terminal(STDERR_FILENO);
@@ -68,6 +68,7 @@ bool agreesTo(const std::string &question)
     if (next != '\n') { // the end of the input does not end the line on the screen
         terminal.write("\n");
         terminal.flush();
+        return false;
     }
     return answer == "y" || answer == "Y" || answer == "yes" || answer == "Yes" || answer == "YES";
 }

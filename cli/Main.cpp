@@ -13,6 +13,8 @@
 #include <clocale>
 #include <csignal>
 #include <cstdlib>
+#include <exception>
+#include <string>
 #include <variant>
 
 namespace {
@@ -72,5 +74,10 @@ int main(int argc, char **argv)
         return 1;
     }
     slicewise::Output output(STDOUT_FILENO);
-    return runCommand(arguments, privileges, output);
+    try {
+        return runCommand(arguments, privileges, output);
+    } catch (const std::exception &exception) { // no memory, or no thread
+        slicewise::tell(std::string("It could not be done: ").append(exception.what()).append("."));
+        return 1;
+    }
 }

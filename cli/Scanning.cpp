@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <chrono>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 namespace slicewise {
@@ -72,7 +73,11 @@ Scanned scanDevice(const HostDevice &device, const ScanArguments &arguments, Log
     {
         std::optional<Progress> progress;
         if (!arguments.noProgress && !arguments.quiet && Terminal::of(STDERR_FILENO).isTerminal) {
-            progress.emplace(monitor);
+            try {
+                progress.emplace(monitor);
+            } catch (const std::system_error &) {
+                // No thread is to be had for it; the scan needs none.
+            }
         }
         const auto start = std::chrono::steady_clock::now();
         ScanOptions options;

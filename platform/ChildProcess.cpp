@@ -219,6 +219,31 @@ void leaveWhatTheUserHasSet()
     }
 }
 
+/// "/dev/stderr" and its like open what is behind a descriptor anew, with the rights of who asks: a program
+/// that runs as root would write to a file that the user could only read, or could only name. Such a
+/// descriptor gives way to one of nothing. False where that can't be had.
+bool keepOnlyStreamsOfTheirDirection()
+{
+    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+        const int flags = ::fcntl(descriptor, F_GETFL); // NOLINT(cppcoreguidelines-pro-type-vararg)
+        const int allowed = descriptor == STDIN_FILENO ? O_RDONLY : O_WRONLY;
+        bool isRight = flags >= 0 && ((flags & O_ACCMODE) == O_RDWR || (flags & O_ACCMODE) == allowed);
+#if defined(O_PATH)
+        isRight = isRight && (flags & O_PATH) == 0;
+#endif
+        if (isRight) {
+            continue;
+        }
+        // A copy is not closed on exec; where the descriptor was closed, it may be the very one that is
+        // given.
+        const int nothing = ::open("/dev/null", O_RDWR); // NOLINT(cppcoreguidelines-pro-type-vararg)
+        if (nothing < 0 || ::dup2(nothing, descriptor) < 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
 /// Other threads may have held any lock when the process was doubled, so nothing here allocates, prints or
 /// runs what is to be run at exit.
 [[noreturn]] void beChild(Program &program, int output, UserIds ids)
@@ -230,11 +255,12 @@ void leaveWhatTheUserHasSet()
     const ::uid_t user = ::geteuid();
     const bool becomesRoot = ids == UserIds::AllAsTheEffectiveOne && user == 0 && ::getuid() != 0;
     const bool hasItsIds = ids == UserIds::Kept || ::setuid(user) == 0 || user != 0;
+    const bool hasItsStreams = !becomesRoot || keepOnlyStreamsOfTheirDirection();
     closeAllButStandardStreams();
     if (becomesRoot) {
         leaveWhatTheUserHasSet();
     }
-    if (redirected && hasItsIds) {
+    if (redirected && hasItsIds && hasItsStreams) {
         program.execute();
     }
     ::_exit(kNotExecuted);

@@ -37,7 +37,8 @@ struct ChildStart {
 /// The child's process id, or -1 where none could be made. It ends with status 1 where the program can't be
 /// executed. No signal is blocked in it, none that we handle is handled, SIGPIPE ends it, and it has no
 /// descriptors but the standard ones. One that is all root though our real user is not (see UserIds) starts
-/// in "/", with umask 022 and without limits of resources: the user's would become the program's trouble.
+/// in "/", with umask 022 and without limits of resources: the user's would become the program's trouble. Of
+/// the standard streams it has "/dev/null" in place of those that are not open in their direction.
 ///
 /// Where we ignore SIGCHLD, so that a child could not be waited for, we no longer do so afterwards.
 [[nodiscard]] ::pid_t startChild(const ChildStart &start);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <system_error>
 #include <utility>
 
 namespace slicewise {
@@ -65,7 +66,11 @@ DirectoryWalk::DirectoryWalk(const Device &device, const std::string &rootPath, 
     m_threads.reserve(options.readers);
     for (unsigned i = 0; i < options.readers; ++i) {
         const Role role = i < std::max(2U, std::thread::hardware_concurrency()) ? Role::Steady : Role::Helper;
-        m_threads.emplace_back([this, role] { readAhead(role); });
+        try {
+            m_threads.emplace_back([this, role] { readAhead(role); });
+        } catch (const std::system_error &) {
+            break; // the user has no more of them; those that there are do it, or the caller alone
+        }
     }
 }
 

@@ -104,6 +104,21 @@ TEST(Arguments, deleteTakesCategoriesAndWhatConcernsTheWalk)
     EXPECT_TRUE(std::get<DeleteArguments>(other).readOnly);
 }
 
+TEST(Arguments, anArgumentInBracketsIsOnePathAndNoList)
+{
+    for (const char *path : {"[Others/a,Others/b]", "[]", "[Others/a]", "{}", "%%", "\1[x]"}) {
+        const Arguments deletion = read({"delete", path, "Logs/b"});
+        ASSERT_TRUE(std::holds_alternative<DeleteArguments>(deletion)) << path;
+        EXPECT_THAT(std::get<DeleteArguments>(deletion).categories, ElementsAre(path, "Logs/b"));
+        const Arguments classify = read({"classify", path});
+        ASSERT_TRUE(std::holds_alternative<ClassifyArguments>(classify)) << path;
+        EXPECT_THAT(std::get<ClassifyArguments>(classify).paths, ElementsAre(path));
+    }
+    EXPECT_EQ(readScan({"--root", "[x]", "--path", "[a,b]"}).root, "[x]");
+    EXPECT_EQ(readScan({"--root", "[x]", "--path", "[a,b]"}).path, "[a,b]");
+    EXPECT_THAT(usageError({"--depth", "[x]"}), HasSubstr(" [x]"));
+}
+
 TEST(Arguments, deleteNeedsACategoryAndItsOwnOptionsGoWithNothingElse)
 {
     static_cast<void>(usageError({"delete"}));

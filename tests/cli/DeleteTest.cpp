@@ -135,6 +135,52 @@ TEST_F(Delete, onATerminalItAsksAndNothingButYesMeansYes)
     }
 }
 
+TEST_F(Delete, aYesThatIsCutOffBeforeItsLineEndsMeansNo)
+{
+    const ProgramResult result = onTerminal({"Others/home/me/old"}, "y\x04\x04");
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_THAT(result.standardOutput, EndsWith("Kept.\r\n"));
+    EXPECT_TRUE(exists("home/me/old/film.mkv"));
+}
+
+/// As a user who has this many processes and threads at most, and none but the program's.
+void withProcesses(ProgramRun &run, unsigned most)
+{
+    constexpr unsigned kNobodyElse = 65533;
+    run.user = kNobodyElse;
+    run.group = kNobodyElse;
+    run.arguments.insert(run.arguments.begin(), {"prlimit", "--nproc=" + std::to_string(most), "--"});
+}
+
+TEST_F(Delete, aUserWhoCanHaveFewThreadsIsServedByThose)
+{
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "It takes root to be a user without other processes.";
+    }
+    folder().setMode("home/me/old", 0777);
+    // One queue beside the program's first thread is the least that a scan needs.
+    ProgramRun run = onFolder({"delete", "--yes", "Others/home/me/old"});
+    withProcesses(run, 2);
+    const ProgramResult result = runProgram(run);
+    EXPECT_EQ(result.exitStatus, 0) << result.standardError;
+    EXPECT_FALSE(exists("home/me/old/film.mkv"));
+}
+
+TEST_F(Delete, aUserWhoCanHaveNoThreadIsToldSo)
+{
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "It takes root to be a user without other processes.";
+    }
+    folder().setMode("home/me/old", 0777);
+    ProgramRun run = onFolder({"delete", "--yes", "Others/home/me/old"});
+    withProcesses(run, 1);
+    const ProgramResult result = runProgram(run);
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_THAT(result.standardError, EndsWith("slicewise-cli: It could not be done: Resource temporarily "
+                                               "unavailable.\n"));
+    EXPECT_TRUE(exists("home/me/old/film.mkv"));
+}
+
 TEST_F(Delete, eachArgumentIsAskedForInItsTurn)
 {
     const ProgramResult result = onTerminal({"Others/home/me/old", "Others/home/me/new"}, "n\ny\n");
@@ -322,6 +368,25 @@ TEST_F(Delete, rootDeletesFromTheSystemItRunsOnOnlyWhereThatIsAllowed)
                                         "--allow-delete to delete from it.\n")
             << root;
     }
+}
+
+TEST_F(Delete, whereThatIsAllowedRootDeletesFromTheSystemItRunsOn)
+{
+    if (::getuid() != 0) {
+        GTEST_SKIP() << "It takes root to be allowed it.";
+    }
+    const TemporaryDirectory onDisk(TemporaryDirectory::Lies::OnDisk);
+    onDisk.makeFile("goes", 100);
+    onDisk.makeFile("stays", 100);
+    const std::string line =
+        linesOf(runProgram(program({"classify", onDisk.pathOf("goes")})).standardOutput).at(0);
+    const ProgramResult result = runProgram(
+        program({"delete", "--yes", "--allow-delete", "--quiet", line.substr(line.find('\t') + 1)}));
+    EXPECT_EQ(result.exitStatus, 0) << result.standardError;
+    EXPECT_THAT(result.standardOutput, EndsWith("Freed 100 B.\n"));
+    struct stat status = {};
+    EXPECT_NE(::lstat(onDisk.pathOf("goes").c_str(), &status), 0);
+    EXPECT_EQ(::lstat(onDisk.pathOf("stays").c_str(), &status), 0);
 }
 
 TEST_F(Delete, theReportMarksWhatMayBeDeleted)

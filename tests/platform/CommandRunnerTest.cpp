@@ -408,6 +408,27 @@ TEST_F(CommandRunner, runsAProgramAsRootWithoutWhatAnotherUserHasSet)
     EXPECT_EQ(readHostFile(m_directory.pathOf("user's")), m_directory.path() + "\n0000\n2048\n");
 }
 
+#if defined(O_PATH)
+TEST_F(CommandRunner, givesAProgramAsRootNothingThatTheUserCouldOnlyName)
+{
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can be another user and root at once";
+    }
+    m_directory.writeFile("root's", "as it was");
+    withOwnMounts([&] { // as root in a child
+        const UniqueFd named(::open(m_directory.pathOf("root's").c_str(), O_PATH | O_CLOEXEC));
+        ASSERT_TRUE(named);
+        const UniqueFd before(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3));
+        ASSERT_EQ(::setresuid(kOrdinaryUser, 0, kOrdinaryUser), 0);
+        ASSERT_EQ(::dup2(named.get(), STDERR_FILENO), STDERR_FILENO);
+        const int status = runCommand("sh", script("echo from root > /dev/stderr"));
+        ASSERT_EQ(::dup2(before.get(), STDERR_FILENO), STDERR_FILENO);
+        EXPECT_EQ(status, 0);
+    });
+    EXPECT_EQ(readHostFile(m_directory.pathOf("root's")), "as it was");
+}
+#endif
+
 TEST_F(CommandRunner, readsAProgramThatKeepsOurUserIds)
 {
     if (::geteuid() != 0) {

@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -141,6 +143,36 @@ TEST_F(SetUserId, aCommandGetsNothingThatTheUserHasPutUp)
     const std::string output = outputOf(run);
     EXPECT_THAT(output, StartsWith(std::string(kAtEntry) + "/\n0022\nunlimited\nunlimited\n0\n1\n2\n"));
     EXPECT_THAT(output, Not(HasSubstr("\n7\n")));
+}
+
+// What a script opens by "/dev/stderr" is opened anew, with the rights of who runs it.
+TEST_F(SetUserId, aCommandCanNotWriteToWhatTheUserHasOpenedForReadingOnly)
+{
+    const TemporaryDirectory directory;
+    directory.writeFile("root's", "as it was");
+    directory.setMode("root's", 0644);
+    for (const std::string stream : {"stdout", "stderr"}) {
+        ProgramRun run = probe({});
+        run.arguments = {"/bin/sh", "-c",
+                         std::string("exec \"$0\" run sh -c 'echo from root > /dev/") + stream + "' " +
+                             (stream == "stdout" ? "1" : "2") + "<\"$1\"",
+                         program(), directory.pathOf("root's")};
+        static_cast<void>(runProgram(run));
+        std::ifstream file(directory.pathOf("root's"));
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "as it was") << stream;
+    }
+}
+
+TEST_F(SetUserId, aCommandCanNotReadWhatTheUserHasOpenedForWritingOnly)
+{
+    const TemporaryDirectory directory;
+    directory.writeFile("root's", "a secret");
+    directory.setMode("root's", 0622);
+    ProgramRun run = probe({});
+    run.arguments = {"/bin/sh", "-c", "exec \"$0\" run cat /dev/stdin 0>>\"$1\"", program(),
+                     directory.pathOf("root's")};
+    EXPECT_EQ(outputOf(run), std::string(kAtEntry) + "status 0\n"
+                                                     "afterwards real 65534 effective 65534 saved 0\n");
 }
 
 TEST_F(SetUserId, rightsThatAreGivenUpDoNotComeBack)
