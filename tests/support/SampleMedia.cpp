@@ -205,11 +205,11 @@ void addRingtones(SampleBuilder &builder)
 void addPhotoLibrary(SampleBuilder &builder)
 {
     const std::string path = kMedia + "PhotoData/Photos.sqlite";
-    SampleDatabase database(
-        builder.hostPath(path),
-        "CREATE TABLE ZGENERICASSET (Z_PK INTEGER PRIMARY KEY, ZDIRECTORY TEXT, ZFILENAME TEXT);");
+    SampleDatabase database(builder.hostPath(path), "CREATE TABLE ZGENERICASSET (Z_PK INTEGER PRIMARY KEY, "
+                                                    "ZDIRECTORY TEXT, ZFILENAME TEXT, ZUUID TEXT);");
     for (std::int64_t number = 1; number <= 20; ++number) {
-        database.insert("ZGENERICASSET", {number, "DCIM/100APPLE", fmt::format("IMG_{:04}.JPG", number)});
+        database.insert("ZGENERICASSET", {number, "DCIM/100APPLE", fmt::format("IMG_{:04}.JPG", number),
+                                          fmt::format("5A3B0C1D-0000-4000-8000-{:012}", number)});
     }
     database.close();
     builder.planFile(path, "Photos/Meta Data/Photos.sqlite");
