@@ -14,7 +14,8 @@
 // Numbers: a property that is given no finite number keeps what it has; lengths beyond a million are a
 // million; a negative pie radius is 0. Of the data source's numbers, one that is not finite counts as 0. A
 // negative value counts in the sum with its sign; its slice ends before it begins and is empty. Values too
-// large to be added are scaled down before. Of more than kMostSlices slices, those beyond are not asked for.
+// large to be added are scaled down before, and no share is beyond a thousand million turns, however little
+// the sum is. Of more than kMostSlices slices, those beyond are not asked for.
 #pragma once
 
 #include "chart/Clock.h"
