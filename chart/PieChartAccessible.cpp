@@ -192,8 +192,6 @@ void QVPieChart::setAccessibleName(const QString &name)
     if (m_accessibleName != name) {
         m_accessibleName = name;
         Q_EMIT accessibleNameChanged();
-        QAccessibleEvent event(this, QAccessible::NameChanged);
-        QAccessible::updateAccessibility(&event);
     }
 }
 
@@ -221,9 +219,15 @@ void QVPieChart::sliceItemsChanged()
 
 void QVPieChart::announceFocus()
 {
-    if (QAccessible::isActive() && hasActiveFocus() && layerAt(m_focusedSliceIndex) != nullptr) {
-        QAccessibleEvent event(sliceItems().at(static_cast<std::size_t>(m_focusedSliceIndex)).get(),
-                               QAccessible::Focus);
+    if (!hasActiveFocus() || layerAt(m_focusedSliceIndex) == nullptr ||
+        !(m_hasSliceItems || QAccessible::isActive())) {
+        return;
+    }
+    const auto &items = sliceItems();
+    const auto place = static_cast<std::size_t>(m_focusedSliceIndex);
+    // A slice of a reload that is still running has none yet.
+    if (place < items.size()) {
+        QAccessibleEvent event(items[place].get(), QAccessible::Focus);
         QAccessible::updateAccessibility(&event);
     }
 }

@@ -156,6 +156,29 @@ TEST_F(AccessibleTest, theFocusIsSeen)
     EXPECT_FALSE(slice(0).state().focused);
 }
 
+TEST_F(AccessibleTest, aDataSourceMayMoveTheFocusToASliceThatHasJustCome)
+{
+    class Focusing final : public ListSource {
+    public:
+        using ListSource::ListSource;
+        OptionalAnswer<UIColor> pieChartColorForSliceAtIndex(QVPieChart &chart, unsigned index) override
+        {
+            chart.setFocusedSliceIndex(static_cast<int>(index));
+            return std::nullopt;
+        }
+    } source({1, 3, 5});
+    window.show();
+    window.requestActivate();
+    QCoreApplication::processEvents();
+    parts.chart.forceActiveFocus();
+    EXPECT_EQ(chart().childCount(), 2);
+    parts.chart.setDataSource(&source);
+    parts.chart.reloadData();
+    EXPECT_EQ(parts.chart.focusedSliceIndex(), 2);
+    EXPECT_EQ(chart().childCount(), 3);
+    EXPECT_TRUE(slice(2).state().focused);
+}
+
 TEST_F(AccessibleTest, itemsAreMadeForThoseWhoAskAndPaintNothing)
 {
     EXPECT_TRUE(parts.chart.childItems().isEmpty());

@@ -96,6 +96,30 @@ TEST_F(InputTest, otherButtonsAreNotTaken)
     EXPECT_THAT(parts.delegate.calls, IsEmpty());
 }
 
+TEST_F(InputTest, anotherButtonDuringAPressIsNoEndOfIt)
+{
+    QTest::mousePress(&window, Qt::LeftButton, {}, at(2));
+    QTest::mousePress(&window, Qt::RightButton, {}, at(2));
+    QTest::mouseRelease(&window, Qt::RightButton, {}, at(2));
+    EXPECT_THAT(parts.delegate.calls, IsEmpty());
+    EXPECT_TRUE(raised(2));
+    QTest::mouseRelease(&window, Qt::LeftButton, {}, at(2));
+    EXPECT_THAT(parts.delegate.calls,
+                ElementsAre("willSelect 2: selected -1", "didSelect 2: 2 out, selected 2"));
+    EXPECT_FALSE(raised(2));
+}
+
+TEST_F(InputTest, whatIsThereForScreenReadersTakesNoFingerAway)
+{
+    ASSERT_EQ(parts.chart.sliceItems().size(), 4U);
+    QTest::touchEvent(&window, screen.get()).press(0, at(2));
+    EXPECT_TRUE(raised(2));
+    QTest::touchEvent(&window, screen.get()).release(0, at(2));
+    EXPECT_EQ(parts.chart.selectedSliceIndex(), 2);
+    QTest::mouseClick(&window, Qt::LeftButton, {}, at(1));
+    EXPECT_EQ(parts.chart.selectedSliceIndex(), 1);
+}
+
 TEST_F(InputTest, aFingerSelects)
 {
     QTest::touchEvent(&window, screen.get()).press(0, at(2));
