@@ -4,6 +4,9 @@ namespace slicewise {
 
 double ArcAnimation::valueAt(double seconds) const
 {
+    if (!hasStarted) {
+        return fromValue;
+    }
     if (isOverAt(seconds)) {
         return toValue;
     }
@@ -13,7 +16,7 @@ double ArcAnimation::valueAt(double seconds) const
 
 bool ArcAnimation::isOverAt(double seconds) const
 {
-    return !(seconds < beginSeconds + durationSeconds);
+    return hasStarted && !(seconds < beginSeconds + durationSeconds);
 }
 
 } // namespace slicewise

@@ -33,7 +33,7 @@ struct ArcAnimation {
     TimingCurve timing = TimingCurve::Default;
     double beginSeconds = 0; ///< by the clock
     double durationSeconds = 0;
-    bool hasStarted = false;                  ///< its transaction has been committed
+    bool hasStarted = false; ///< its transaction has been committed; until then it stands and is not over
     ArcAnimationDelegate *delegate = nullptr; ///< may be null
 
     [[nodiscard]] double valueAt(double seconds) const;

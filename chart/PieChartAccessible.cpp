@@ -69,7 +69,8 @@ public:
         state.focusable = true;
         state.selected = m_item.isSelected();
         state.focused = m_item.isFocused();
-        state.disabled = !m_item.isEnabled();
+        state.disabled = !m_item.isEnabled() || !m_item.chart().pieView().userInteractionEnabled;
+        state.invisible = !m_item.isVisible() || m_item.isEmpty();
         return state;
     }
 
@@ -169,12 +170,17 @@ const std::vector<std::unique_ptr<SliceItem>> &QVPieChart::sliceItems()
     return m_sliceItems;
 }
 
-// A window's tree of what can be read leads to those items alone that have the attached type Accessible in
-// QML. Here it is attached for the QML file, which would forget it. The type is Qt Quick's own, known once
-// its module is imported.
 void QVPieChart::componentComplete()
 {
     QQuickPaintedItem::componentComplete();
+    becomeAccessible();
+}
+
+// A window's tree of what can be read leads to those items alone that have the attached type Accessible in
+// QML. Here it is attached for all who would forget it. The type is Qt Quick's own, known once any QML file
+// has imported its module.
+void QVPieChart::becomeAccessible()
+{
     const QMetaObject *const accessible = QMetaType::fromName("QQuickAccessibleAttached*").metaObject();
     if (accessible != nullptr) {
         qmlAttachedPropertiesObject(this, qmlAttachedPropertiesFunction(this, accessible));
@@ -183,8 +189,10 @@ void QVPieChart::componentComplete()
 
 void QVPieChart::setAccessibleName(const QString &name)
 {
-    m_accessibleName = name;
-    Q_EMIT settingsChanged();
+    if (m_accessibleName != name) {
+        m_accessibleName = name;
+        Q_EMIT accessibleNameChanged();
+    }
 }
 
 // Nobody pays for these items who has not asked for them.
@@ -211,9 +219,15 @@ void QVPieChart::sliceItemsChanged()
 
 void QVPieChart::announceFocus()
 {
-    if (QAccessible::isActive() && hasActiveFocus() && layerAt(m_focusedSliceIndex) != nullptr) {
-        QAccessibleEvent event(sliceItems().at(static_cast<std::size_t>(m_focusedSliceIndex)).get(),
-                               QAccessible::Focus);
+    if (!hasActiveFocus() || layerAt(m_focusedSliceIndex) == nullptr ||
+        !(m_hasSliceItems || QAccessible::isActive())) {
+        return;
+    }
+    const auto &items = sliceItems();
+    const auto place = static_cast<std::size_t>(m_focusedSliceIndex);
+    // A slice of a reload that is still running has none yet.
+    if (place < items.size()) {
+        QAccessibleEvent event(items[place].get(), QAccessible::Focus);
         QAccessible::updateAccessibility(&event);
     }
 }

@@ -45,6 +45,13 @@ QSizeF limitedSize(const QSizeF &size)
 
 } // namespace
 
+struct QVPieChart::Lengths {
+    double pieRadius;
+    QPointF pieCenter;
+    double labelRadius;
+    double selectedSliceOffsetRadius;
+};
+
 QVPieChart::QVPieChart(QQuickItem *parent) : QVPieChart(QRectF(), parent) {}
 
 QVPieChart::QVPieChart(const QRectF &frame, QQuickItem *parent)
@@ -79,20 +86,27 @@ void QVPieChart::setUp()
     m_labelFont = defaultLabelFont();
     layOut();
     m_isSetUp = true;
+    if (window() != nullptr) {
+        becomeAccessible();
+    }
 }
 
-// The pie view's first frame does not matter: radius and centre set it anew.
+// What follows from the frame's size. The pie view's first frame does not matter: radius and centre set it
+// anew. Told at the end, so that what QML binds to one of them has the last word.
 void QVPieChart::layOut()
 {
+    const Lengths before = lengths();
     const QSizeF size = limitedSize(this->size());
     const double half = std::min(size.width() * 0.5, size.height() * 0.5);
-    setPieRadius(half * kPartOfHalfExtent);
-    setPieCenter({size.width() * 0.5, size.height() * 0.5});
+    resizePie(half * kPartOfHalfExtent);
+    placePie({size.width() * 0.5, size.height() * 0.5});
     m_labelRadius = std::round(m_pieRadius * kRootOfHalf);
     m_selectedSliceOffsetRadius = half - m_pieRadius;
     // Nobody can allocate a picture of any size.
     constexpr double kLargestPicture = 16384;
     setFlag(ItemHasContents, width() <= kLargestPicture && height() <= kLargestPicture);
+    tellChangedLengths(before);
+    scheduleRepaint();
 }
 
 void QVPieChart::geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry)
@@ -103,11 +117,9 @@ void QVPieChart::geometryChange(const QRectF &newGeometry, const QRectF &oldGeom
     }
     layOut();
     if (isComponentComplete()) {
-        m_labelFont = defaultLabelFont();
+        setLabelFont(defaultLabelFont());
         reloadData();
     }
-    Q_EMIT settingsChanged();
-    scheduleRepaint();
 }
 
 void QVPieChart::setDataSource(QVPieChartDataSource *dataSource)
@@ -127,104 +139,137 @@ void QVPieChart::setClock(std::shared_ptr<Clock> clock)
     m_clock = std::move(clock);
 }
 
+QVPieChart::Lengths QVPieChart::lengths() const
+{
+    return {m_pieRadius, m_pieCenter, m_labelRadius, m_selectedSliceOffsetRadius};
+}
+
+// All that changed is decided before the first is told: whoever hears of it may change the next.
+void QVPieChart::tellChangedLengths(const Lengths &before)
+{
+    const Lengths now = lengths();
+    if (now.pieRadius != before.pieRadius) {
+        Q_EMIT pieRadiusChanged();
+    }
+    if (now.pieCenter != before.pieCenter) {
+        Q_EMIT pieCenterChanged();
+    }
+    if (now.labelRadius != before.labelRadius) {
+        Q_EMIT labelRadiusChanged();
+    }
+    if (now.selectedSliceOffsetRadius != before.selectedSliceOffsetRadius) {
+        Q_EMIT selectedSliceOffsetRadiusChanged();
+    }
+}
+
+template <typename Value> void QVPieChart::change(Value &property, const Value &value, Changed changed)
+{
+    if (property != value) {
+        property = value;
+        Q_EMIT(this->*changed)();
+    }
+}
+
+void QVPieChart::changeLength(double &length, double value, Changed changed)
+{
+    if (std::isfinite(value)) {
+        change(length, std::clamp(value, -kLongestLength, kLongestLength), changed);
+    }
+}
+
+void QVPieChart::placePie(const QPointF &center)
+{
+    m_pieView.setCenter(limited(center));
+    m_pieCenter = {m_pieView.frame.width() * 0.5, m_pieView.frame.height() * 0.5};
+}
+
+void QVPieChart::resizePie(double radius)
+{
+    m_pieRadius = std::clamp(radius, 0.0, kLongestLength);
+    const QPointF center = m_pieView.frame.topLeft() + m_pieCenter;
+    m_pieCenter = {m_pieRadius, m_pieRadius};
+    m_pieView.frame = QRectF(center - m_pieCenter, QSizeF(2 * m_pieRadius, 2 * m_pieRadius));
+    m_pieView.cornerRadius = m_pieRadius;
+}
+
 void QVPieChart::setStartPieAngle(double angleRadians)
 {
     if (std::isfinite(angleRadians)) {
-        m_startPieAngle = angleRadians;
-        Q_EMIT settingsChanged();
+        change(m_startPieAngle, angleRadians, &QVPieChart::startPieAngleChanged);
     }
 }
 
 void QVPieChart::setAnimationSpeed(double seconds)
 {
     if (std::isfinite(seconds)) {
-        m_animationSpeed = seconds;
-        Q_EMIT settingsChanged();
+        change(m_animationSpeed, seconds, &QVPieChart::animationSpeedChanged);
     }
 }
 
 void QVPieChart::setPieCenter(const QPointF &center)
 {
     if (std::isfinite(center.x()) && std::isfinite(center.y())) {
-        m_pieView.setCenter(limited(center));
-        m_pieCenter = {m_pieView.frame.width() * 0.5, m_pieView.frame.height() * 0.5};
-        Q_EMIT settingsChanged();
+        const Lengths before = lengths();
+        placePie(center);
+        tellChangedLengths(before);
         scheduleRepaint();
     }
 }
 
 void QVPieChart::setPieRadius(double radius)
 {
-    if (!std::isfinite(radius)) {
-        return;
+    if (std::isfinite(radius)) {
+        const Lengths before = lengths();
+        resizePie(radius);
+        tellChangedLengths(before);
+        scheduleRepaint();
     }
-    m_pieRadius = std::clamp(radius, 0.0, kLongestLength);
-    const QPointF center = m_pieView.frame.topLeft() + m_pieCenter;
-    m_pieCenter = {m_pieRadius, m_pieRadius};
-    m_pieView.frame = QRectF(center - m_pieCenter, QSizeF(2 * m_pieRadius, 2 * m_pieRadius));
-    m_pieView.cornerRadius = m_pieRadius;
-    Q_EMIT settingsChanged();
-    scheduleRepaint();
 }
 
 void QVPieChart::setPieBackgroundColor(const QColor &color)
 {
-    m_pieView.backgroundColor = color;
-    Q_EMIT settingsChanged();
+    change(m_pieView.backgroundColor, color, &QVPieChart::pieBackgroundColorChanged);
     scheduleRepaint();
 }
 
 void QVPieChart::setShowLabel(bool show)
 {
-    m_showLabel = show;
-    Q_EMIT settingsChanged();
+    change(m_showLabel, show, &QVPieChart::showLabelChanged);
 }
 
 void QVPieChart::setLabelFont(const QFont &font)
 {
-    m_labelFont = font;
-    Q_EMIT settingsChanged();
+    change(m_labelFont, font, &QVPieChart::labelFontChanged);
 }
 
 void QVPieChart::setLabelColor(const QColor &color)
 {
-    m_labelColor = color;
-    Q_EMIT settingsChanged();
+    change(m_labelColor, color, &QVPieChart::labelColorChanged);
 }
 
 void QVPieChart::setLabelShadowColor(const QColor &color)
 {
-    m_labelShadowColor = color;
-    Q_EMIT settingsChanged();
+    change(m_labelShadowColor, color, &QVPieChart::labelShadowColorChanged);
 }
 
 void QVPieChart::setLabelRadius(double radius)
 {
-    changeLength(m_labelRadius, radius);
+    changeLength(m_labelRadius, radius, &QVPieChart::labelRadiusChanged);
 }
 
 void QVPieChart::setSelectedSliceStroke(double width)
 {
-    changeLength(m_selectedSliceStroke, width);
+    changeLength(m_selectedSliceStroke, width, &QVPieChart::selectedSliceStrokeChanged);
 }
 
 void QVPieChart::setSelectedSliceOffsetRadius(double radius)
 {
-    changeLength(m_selectedSliceOffsetRadius, radius);
-}
-
-void QVPieChart::changeLength(double &length, double value)
-{
-    if (std::isfinite(value)) {
-        length = std::clamp(value, -kLongestLength, kLongestLength);
-        Q_EMIT settingsChanged();
-    }
+    changeLength(m_selectedSliceOffsetRadius, radius, &QVPieChart::selectedSliceOffsetRadiusChanged);
 }
 
 void QVPieChart::setLinear(bool linear)
 {
-    m_linear = linear;
-    Q_EMIT settingsChanged();
+    change(m_linear, linear, &QVPieChart::linearChanged);
 }
 
 } // namespace slicewise

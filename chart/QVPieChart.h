@@ -14,7 +14,8 @@
 // Numbers: a property that is given no finite number keeps what it has; lengths beyond a million are a
 // million; a negative pie radius is 0. Of the data source's numbers, one that is not finite counts as 0. A
 // negative value counts in the sum with its sign; its slice ends before it begins and is empty. Values too
-// large to be added are scaled down before. Of more than kMostSlices slices, those beyond are not asked for.
+// large to be added are scaled down before, and no share is beyond a thousand million turns, however little
+// the sum is. Of more than kMostSlices slices, those beyond are not asked for.
 #pragma once
 
 #include "chart/Clock.h"
@@ -43,24 +44,26 @@ class QVPieChart : public QQuickPaintedItem, public ArcAnimationDelegate {
     QML_ELEMENT
     Q_PROPERTY(int selectedSliceIndex READ selectedSliceIndex NOTIFY selectionChanged)
     Q_PROPERTY(int focusedSliceIndex READ focusedSliceIndex NOTIFY focusedSliceIndexChanged)
-    Q_PROPERTY(double startPieAngle READ startPieAngle WRITE setStartPieAngle NOTIFY settingsChanged)
-    Q_PROPERTY(double animationSpeed READ animationSpeed WRITE setAnimationSpeed NOTIFY settingsChanged)
-    Q_PROPERTY(QPointF pieCenter READ pieCenter WRITE setPieCenter NOTIFY settingsChanged)
-    Q_PROPERTY(double pieRadius READ pieRadius WRITE setPieRadius NOTIFY settingsChanged)
-    Q_PROPERTY(
-        QColor pieBackgroundColor READ pieBackgroundColor WRITE setPieBackgroundColor NOTIFY settingsChanged)
-    Q_PROPERTY(bool showLabel READ showLabel WRITE setShowLabel NOTIFY settingsChanged)
-    Q_PROPERTY(QFont labelFont READ labelFont WRITE setLabelFont NOTIFY settingsChanged)
-    Q_PROPERTY(QColor labelColor READ labelColor WRITE setLabelColor NOTIFY settingsChanged)
-    Q_PROPERTY(QColor labelShadowColor READ labelShadowColor WRITE setLabelShadowColor NOTIFY settingsChanged)
-    Q_PROPERTY(double labelRadius READ labelRadius WRITE setLabelRadius NOTIFY settingsChanged)
+    Q_PROPERTY(double startPieAngle READ startPieAngle WRITE setStartPieAngle NOTIFY startPieAngleChanged)
+    Q_PROPERTY(double animationSpeed READ animationSpeed WRITE setAnimationSpeed NOTIFY animationSpeedChanged)
+    Q_PROPERTY(QPointF pieCenter READ pieCenter WRITE setPieCenter NOTIFY pieCenterChanged)
+    Q_PROPERTY(double pieRadius READ pieRadius WRITE setPieRadius NOTIFY pieRadiusChanged)
+    Q_PROPERTY(QColor pieBackgroundColor READ pieBackgroundColor WRITE setPieBackgroundColor NOTIFY
+                   pieBackgroundColorChanged)
+    Q_PROPERTY(bool showLabel READ showLabel WRITE setShowLabel NOTIFY showLabelChanged)
+    Q_PROPERTY(QFont labelFont READ labelFont WRITE setLabelFont NOTIFY labelFontChanged)
+    Q_PROPERTY(QColor labelColor READ labelColor WRITE setLabelColor NOTIFY labelColorChanged)
+    Q_PROPERTY(QColor labelShadowColor READ labelShadowColor WRITE setLabelShadowColor NOTIFY
+                   labelShadowColorChanged)
+    Q_PROPERTY(double labelRadius READ labelRadius WRITE setLabelRadius NOTIFY labelRadiusChanged)
     Q_PROPERTY(double selectedSliceStroke READ selectedSliceStroke WRITE setSelectedSliceStroke NOTIFY
-                   settingsChanged)
+                   selectedSliceStrokeChanged)
     Q_PROPERTY(double selectedSliceOffsetRadius READ selectedSliceOffsetRadius WRITE
-                   setSelectedSliceOffsetRadius NOTIFY settingsChanged)
-    Q_PROPERTY(bool showPercentage READ showPercentage WRITE setShowPercentage NOTIFY settingsChanged)
-    Q_PROPERTY(bool linear READ linear WRITE setLinear NOTIFY settingsChanged)
-    Q_PROPERTY(QString accessibleName READ accessibleName WRITE setAccessibleName NOTIFY settingsChanged)
+                   setSelectedSliceOffsetRadius NOTIFY selectedSliceOffsetRadiusChanged)
+    Q_PROPERTY(bool showPercentage READ showPercentage WRITE setShowPercentage NOTIFY showPercentageChanged)
+    Q_PROPERTY(bool linear READ linear WRITE setLinear NOTIFY linearChanged)
+    Q_PROPERTY(
+        QString accessibleName READ accessibleName WRITE setAccessibleName NOTIFY accessibleNameChanged)
 
 public:
     /// More than the pixels on the rim of any pie.
@@ -192,7 +195,22 @@ public:
     void setAccessibleName(const QString &name);
 
 Q_SIGNALS:
-    void settingsChanged();
+    // One for each, since a property that follows another one in QML must not hear of itself.
+    void startPieAngleChanged();
+    void animationSpeedChanged();
+    void pieCenterChanged();
+    void pieRadiusChanged();
+    void pieBackgroundColorChanged();
+    void showLabelChanged();
+    void labelFontChanged();
+    void labelColorChanged();
+    void labelShadowColorChanged();
+    void labelRadiusChanged();
+    void selectedSliceStrokeChanged();
+    void selectedSliceOffsetRadiusChanged();
+    void showPercentageChanged();
+    void linearChanged();
+    void accessibleNameChanged();
     void selectionChanged();
     void focusedSliceIndexChanged();
 
@@ -217,7 +235,14 @@ private:
 
     void setUp();
     void layOut();
-    void changeLength(double &length, double value);
+    using Changed = void (QVPieChart::*)();
+    template <typename Value> void change(Value &property, const Value &value, Changed changed);
+    void changeLength(double &length, double value, Changed changed);
+    void placePie(const QPointF &center);
+    void resizePie(double radius);
+    struct Lengths;
+    [[nodiscard]] Lengths lengths() const;
+    void tellChangedLengths(const Lengths &before);
 
     void reloadOnce();
     [[nodiscard]] bool readValues(Reload &reload);
@@ -252,6 +277,7 @@ private:
                                                  double scale) const;
     void sliceItemsChanged();
     void announceFocus();
+    void becomeAccessible();
 
     std::shared_ptr<Clock> m_clock;
     std::shared_ptr<Transaction> m_transaction;

@@ -51,7 +51,9 @@ void QVPieChart::onFrame()
         updateTimerFired();
     }
     for (const auto &animation : finished) {
-        animation->delegate->animationDidStopFinished(animation, true);
+        if (animation->delegate != nullptr) {
+            animation->delegate->animationDidStopFinished(animation, true);
+        }
     }
     if (!anythingMoves()) {
         m_clock->stop();

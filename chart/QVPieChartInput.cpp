@@ -135,7 +135,9 @@ void QVPieChart::keyPressEvent(QKeyEvent *event)
     case Qt::Key_Space:
     case Qt::Key_Select:
         event->setAccepted(layerAt(m_focusedSliceIndex) != nullptr);
-        tapSliceAtIndex(m_focusedSliceIndex);
+        if (!event->isAutoRepeat()) {
+            tapSliceAtIndex(m_focusedSliceIndex);
+        }
         return;
     default:
         break;

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <utility>
 
 namespace slicewise {
 
@@ -76,7 +77,7 @@ void QVPieChart::updateLabelForLayerValueStartAngleEndAngle(SliceLayer &layer, d
 
 void QVPieChart::setShowPercentage(bool show)
 {
-    m_showPercentage = show;
+    const bool isNew = std::exchange(m_showPercentage, show) != show;
     for (const auto &layer : m_sliceLayers) {
         LabelLayer &label = layer->label();
         label.hidden = !m_showLabel;
@@ -93,7 +94,9 @@ void QVPieChart::setShowPercentage(bool show)
             label.string = QStringLiteral("");
         }
     }
-    Q_EMIT settingsChanged();
+    if (isNew) {
+        Q_EMIT showPercentageChanged();
+    }
     scheduleRepaint();
 }
 

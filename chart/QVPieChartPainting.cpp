@@ -96,6 +96,9 @@ void QVPieChart::itemChange(ItemChange change, const ItemChangeData &data)
     if (change == ItemSceneChange || change == ItemDevicePixelRatioHasChanged) {
         scheduleRepaint();
     }
+    if (change == ItemSceneChange && data.window != nullptr) {
+        becomeAccessible();
+    }
     QQuickPaintedItem::itemChange(change, data);
 }
 

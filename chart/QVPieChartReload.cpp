@@ -64,11 +64,19 @@ double sumOf(const std::vector<double> &values, double scale)
     return sum;
 }
 
+/// What is divided by hardly more than nothing must not become infinite: its angles would never be numbers
+/// again.
+double shareOf(double value, double sum)
+{
+    constexpr double kLargest = 1e9;
+    return sum != 0 ? std::clamp(value / sum, -kLargest, kLargest) : 0;
+}
+
 } // namespace
 
 struct QVPieChart::Reload {
     std::vector<double> values;
-    std::vector<double> angles;
+    std::vector<double> shares;
     double scale = 1; ///< of the values in the sum
     double sum = 0;
     std::unordered_set<std::shared_ptr<SliceLayer>> toRemove;
@@ -145,7 +153,7 @@ bool QVPieChart::readValues(Reload &reload)
         reload.sum = sumOf(reload.values, reload.scale);
     }
     for (const double value : reload.values) {
-        reload.angles.push_back(reload.sum != 0 ? value * reload.scale / reload.sum * kTurnRadians : 0);
+        reload.shares.push_back(shareOf(value * reload.scale, reload.sum));
     }
     return dataSource() != nullptr;
 }
@@ -155,13 +163,13 @@ void QVPieChart::fullPass(Reload &reload)
     double previousEnd = 0;
     for (unsigned i = 0; i < reload.values.size(); ++i) {
         const double value = reload.values[i];
-        const double end = previousEnd + reload.angles[i];
+        const double end = previousEnd + reload.shares[i] * kTurnRadians;
         const double targetStart = m_startPieAngle + previousEnd;
         const double targetEnd = m_startPieAngle + end;
         bool growsOutOfStart = false;
         const std::shared_ptr<SliceLayer> layer = chooseLayer(reload, i, growsOutOfStart);
         layer->setValue(value);
-        layer->setPercentage(reload.sum != 0 ? value * reload.scale / reload.sum : 0);
+        layer->setPercentage(reload.shares[i]);
         colorLayer(*layer, i);
         textLayer(*layer, i);
         animateLayer(*layer, growsOutOfStart ? m_startPieAngle : targetStart,

@@ -48,6 +48,12 @@ bool SliceItem::isFocused() const
     return m_chart.hasActiveFocus() && m_chart.focusedSliceIndex() == m_index;
 }
 
+bool SliceItem::isEmpty() const
+{
+    const SliceLayer *const layer = layerOf(*this);
+    return layer == nullptr || !(layer->endAngle() > layer->startAngle());
+}
+
 bool SliceItem::follow()
 {
     if (const SliceLayer *const layer = layerOf(*this)) {

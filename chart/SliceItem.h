@@ -25,6 +25,8 @@ public:
     [[nodiscard]] QString value() const;
     [[nodiscard]] bool isSelected() const;
     [[nodiscard]] bool isFocused() const;
+    /// There is nothing of the slice to be seen, as where the pie has closed.
+    [[nodiscard]] bool isEmpty() const;
 
     /// Takes the place of its slice; true if what it says has changed.
     bool follow();

@@ -69,6 +69,23 @@ TEST_F(AccessibleTest, isFoundFromTheWindow)
     EXPECT_EQ(top->child(0)->parent(), top);
 }
 
+TEST_F(AccessibleTest, aChartMadeInCodeIsFoundFromTheWindowToo)
+{
+    QQmlEngine engine;
+    QQmlComponent component(&engine);
+    component.setData("import QtQuick\nItem {}", QUrl());
+    ASSERT_TRUE(component.isReady()) << "Qt Quick's types are known";
+    parts.chart.setParentItem(nullptr);
+    parts.chart.setParentItem(window.contentItem());
+    const QVPieChart bornThere(QRectF(0, 0, 40, 40), window.contentItem());
+    QAccessibleInterface *const top = QAccessible::queryAccessibleInterface(&window);
+    ASSERT_NE(top, nullptr);
+    ASSERT_EQ(top->childCount(), 2);
+    EXPECT_EQ(top->child(0), &chart());
+    EXPECT_EQ(top->child(1)->object(), &bornThere);
+    EXPECT_EQ(chart().parent(), top);
+}
+
 TEST_F(AccessibleTest, aSliceHasItsTextOrValueAsNameAndItsShareAsValue)
 {
     EXPECT_EQ(slice(0).text(QAccessible::Name), QStringLiteral("Songs"));
@@ -95,6 +112,19 @@ TEST_F(AccessibleTest, followsTheValues)
     parts.show({5});
     EXPECT_EQ(chart().childCount(), 1);
     EXPECT_EQ(slice(0).text(QAccessible::Value), QStringLiteral("100 %"));
+}
+
+TEST_F(AccessibleTest, slicesThatHaveClosedCannotBeSeenOrPressed)
+{
+    EXPECT_FALSE(slice(0).state().invisible);
+    EXPECT_FALSE(slice(0).state().disabled);
+    parts.show({});
+    EXPECT_TRUE(slice(0).state().invisible);
+    EXPECT_TRUE(slice(0).state().disabled);
+    parts.show({0, 1});
+    EXPECT_TRUE(slice(0).state().invisible);
+    EXPECT_FALSE(slice(1).state().invisible);
+    EXPECT_FALSE(slice(1).state().disabled);
 }
 
 TEST_F(AccessibleTest, aPressIsATap)
@@ -124,6 +154,29 @@ TEST_F(AccessibleTest, theFocusIsSeen)
     EXPECT_EQ(chart().focusChild(), &slice(1));
     EXPECT_TRUE(slice(1).state().focused);
     EXPECT_FALSE(slice(0).state().focused);
+}
+
+TEST_F(AccessibleTest, aDataSourceMayMoveTheFocusToASliceThatHasJustCome)
+{
+    class Focusing final : public ListSource {
+    public:
+        using ListSource::ListSource;
+        OptionalAnswer<UIColor> pieChartColorForSliceAtIndex(QVPieChart &chart, unsigned index) override
+        {
+            chart.setFocusedSliceIndex(static_cast<int>(index));
+            return std::nullopt;
+        }
+    } source({1, 3, 5});
+    window.show();
+    window.requestActivate();
+    QCoreApplication::processEvents();
+    parts.chart.forceActiveFocus();
+    EXPECT_EQ(chart().childCount(), 2);
+    parts.chart.setDataSource(&source);
+    parts.chart.reloadData();
+    EXPECT_EQ(parts.chart.focusedSliceIndex(), 2);
+    EXPECT_EQ(chart().childCount(), 3);
+    EXPECT_TRUE(slice(2).state().focused);
 }
 
 TEST_F(AccessibleTest, itemsAreMadeForThoseWhoAskAndPaintNothing)

@@ -81,10 +81,43 @@ TEST_F(InputTest, aMouseThatLeavesTheItemDeselects)
                 ElementsAre("willDeselect 2: 2 out, selected 2", "didDeselect 2: selected 2"));
 }
 
+TEST_F(InputTest, twoQuickClicksAreTwoTaps)
+{
+    QTest::mouseDClick(&window, Qt::LeftButton, {}, at(2));
+    EXPECT_THAT(parts.delegate.calls,
+                ElementsAre("willSelect 2: selected -1", "didSelect 2: 2 out, selected 2",
+                            "willDeselect 2: 2 out, selected 2", "didDeselect 2: selected 2"));
+    EXPECT_FALSE(raised(2));
+}
+
 TEST_F(InputTest, otherButtonsAreNotTaken)
 {
     QTest::mouseClick(&window, Qt::RightButton, {}, at(2));
     EXPECT_THAT(parts.delegate.calls, IsEmpty());
+}
+
+TEST_F(InputTest, anotherButtonDuringAPressIsNoEndOfIt)
+{
+    QTest::mousePress(&window, Qt::LeftButton, {}, at(2));
+    QTest::mousePress(&window, Qt::RightButton, {}, at(2));
+    QTest::mouseRelease(&window, Qt::RightButton, {}, at(2));
+    EXPECT_THAT(parts.delegate.calls, IsEmpty());
+    EXPECT_TRUE(raised(2));
+    QTest::mouseRelease(&window, Qt::LeftButton, {}, at(2));
+    EXPECT_THAT(parts.delegate.calls,
+                ElementsAre("willSelect 2: selected -1", "didSelect 2: 2 out, selected 2"));
+    EXPECT_FALSE(raised(2));
+}
+
+TEST_F(InputTest, whatIsThereForScreenReadersTakesNoFingerAway)
+{
+    ASSERT_EQ(parts.chart.sliceItems().size(), 4U);
+    QTest::touchEvent(&window, screen.get()).press(0, at(2));
+    EXPECT_TRUE(raised(2));
+    QTest::touchEvent(&window, screen.get()).release(0, at(2));
+    EXPECT_EQ(parts.chart.selectedSliceIndex(), 2);
+    QTest::mouseClick(&window, Qt::LeftButton, {}, at(1));
+    EXPECT_EQ(parts.chart.selectedSliceIndex(), 1);
 }
 
 TEST_F(InputTest, aFingerSelects)
@@ -245,6 +278,19 @@ TEST_F(InputTest, keysTapTheFocusedSlice)
         key(which);
         EXPECT_FALSE(parts.layer(1).isSelected()) << "turned over";
     }
+}
+
+TEST_F(InputTest, aKeyThatIsHeldTapsOnce)
+{
+    parts.chart.forceActiveFocus();
+    key(Qt::Key_Home);
+    for (const bool repeated : {false, true, true}) {
+        QKeyEvent event(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, QString(), repeated);
+        QCoreApplication::sendEvent(&parts.chart, &event);
+        EXPECT_TRUE(event.isAccepted());
+    }
+    EXPECT_THAT(parts.delegate.calls,
+                ElementsAre("willSelect 0: selected -1", "didSelect 0: 0 out, selected 0"));
 }
 
 TEST_F(InputTest, keysThatMeanNothingHereGoOnToOthers)

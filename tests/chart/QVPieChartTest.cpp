@@ -1,6 +1,7 @@
 // How a chart begins, and what its frame and its settings do.
 #include "tests/chart/ChartParts.h"
 
+#include <QMetaProperty>
 #include <QPainter>
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <utility>
 
 void qml_register_types_Slicewise_Chart(); // NOLINT(readability-identifier-naming): Qt's name for what it
                                            // generates
@@ -115,37 +117,55 @@ TEST(QVPieChart, aFrameThatOnlyMovesIsANewFrameToo)
         << "the size counts, not the place";
 }
 
-TEST(QVPieChart, keepsWhatIsSetAndSaysSo)
+TEST(QVPieChart, keepsWhatIsSetAndSaysSoOnce)
 {
     QVPieChart chart({0, 0, 200, 100});
-    const QSignalSpy changed(&chart, &QVPieChart::settingsChanged);
     QFont font;
     font.setPixelSize(9);
-    chart.setStartPieAngle(1);
-    chart.setAnimationSpeed(2);
-    chart.setShowLabel(false);
-    chart.setLabelFont(font);
-    chart.setLabelColor(Qt::red);
-    chart.setLabelShadowColor(Qt::blue);
-    chart.setLabelRadius(-4);
-    chart.setSelectedSliceStroke(5);
-    chart.setSelectedSliceOffsetRadius(-6);
-    chart.setShowPercentage(false);
-    chart.setLinear(true);
-    chart.setPieBackgroundColor(Qt::green);
-    EXPECT_EQ(changed.count(), 12);
-    EXPECT_EQ(chart.startPieAngle(), 1);
-    EXPECT_EQ(chart.animationSpeed(), 2);
-    EXPECT_FALSE(chart.showLabel());
-    EXPECT_EQ(chart.labelFont(), font);
-    EXPECT_EQ(chart.labelColor(), QColor(Qt::red));
-    EXPECT_EQ(chart.labelShadowColor(), QColor(Qt::blue));
-    EXPECT_EQ(chart.labelRadius(), -4);
-    EXPECT_EQ(chart.selectedSliceStroke(), 5);
-    EXPECT_EQ(chart.selectedSliceOffsetRadius(), -6);
-    EXPECT_FALSE(chart.showPercentage());
-    EXPECT_TRUE(chart.linear());
+    const std::pair<const char *, QVariant> settings[] = {
+        {"startPieAngle", 1.0},
+        {"animationSpeed", 2.0},
+        {"pieBackgroundColor", QColor(Qt::green)},
+        {"showLabel", false},
+        {"labelFont", font},
+        {"labelColor", QColor(Qt::red)},
+        {"labelShadowColor", QColor(Qt::blue)},
+        {"labelRadius", -4.0},
+        {"selectedSliceStroke", 5.0},
+        {"selectedSliceOffsetRadius", -6.0},
+        {"showPercentage", false},
+        {"linear", true},
+        {"accessibleName", QStringLiteral("Storage")},
+        {"pieRadius", 7.0},
+    };
+    for (const auto &[name, value] : settings) {
+        const QMetaObject &type = QVPieChart::staticMetaObject;
+        const QMetaProperty property = type.property(type.indexOfProperty(name));
+        const QSignalSpy told(&chart, property.notifySignal());
+        ASSERT_TRUE(told.isValid()) << name;
+        EXPECT_TRUE(property.write(&chart, value)) << name;
+        EXPECT_EQ(property.read(&chart), value) << name;
+        EXPECT_TRUE(property.write(&chart, value)) << name;
+        EXPECT_EQ(told.count(), 1) << name;
+    }
     EXPECT_EQ(chart.pieView().backgroundColor, QColor(Qt::green));
+    EXPECT_EQ(chart.pieCenter(), QPointF(7, 7));
+}
+
+TEST(QVPieChart, saysWhatFollowsFromANewFrame)
+{
+    QVPieChart chart({0, 0, 200, 100});
+    const QSignalSpy radius(&chart, &QVPieChart::pieRadiusChanged);
+    const QSignalSpy center(&chart, &QVPieChart::pieCenterChanged);
+    const QSignalSpy label(&chart, &QVPieChart::labelRadiusChanged);
+    const QSignalSpy offset(&chart, &QVPieChart::selectedSliceOffsetRadiusChanged);
+    chart.setPosition({5, 5});
+    EXPECT_EQ(radius.count() + center.count() + label.count() + offset.count(), 0);
+    chart.setHeight(80);
+    EXPECT_EQ(radius.count(), 1);
+    EXPECT_EQ(center.count(), 1);
+    EXPECT_EQ(label.count(), 1);
+    EXPECT_EQ(offset.count(), 1);
 }
 
 TEST(QVPieChart, theStrokeOfASelectedSliceChangesNothing)
@@ -236,6 +256,29 @@ TEST_F(QmlChart, takesItsGeometryOverAndKeepsTheFontOfTheFile)
     EXPECT_EQ(chart->labelFont().pixelSize(), 9);
     EXPECT_FALSE(chart->showPercentage());
     EXPECT_FALSE(chart->linear());
+}
+
+TEST_F(QmlChart, onePropertyMayFollowAnother)
+{
+    QQmlComponent component(&engine);
+    component.setData("import QtQuick\nimport Slicewise.Chart\n"
+                      "QVPieChart { width: 200; height: 100; labelRadius: pieRadius * 0.5\n"
+                      "selectedSliceOffsetRadius: labelRadius / 2 }",
+                      QUrl());
+    QStringList warnings;
+    QObject::connect(&engine, &QQmlEngine::warnings, [&](const QList<QQmlError> &errors) {
+        for (const QQmlError &error : errors) {
+            warnings << error.toString();
+        }
+    });
+    const std::unique_ptr<QVPieChart> bound(qobject_cast<QVPieChart *>(component.create()));
+    ASSERT_NE(bound, nullptr) << component.errorString().toStdString();
+    bound->setPieRadius(30);
+    EXPECT_EQ(bound->labelRadius(), 15);
+    EXPECT_EQ(bound->selectedSliceOffsetRadius(), 7.5);
+    bound->setWidth(80);
+    EXPECT_EQ(bound->labelRadius(), 17.5) << "what the file says has the last word over the frame";
+    EXPECT_EQ(warnings.join(QLatin1Char('\n')).toStdString(), "");
 }
 
 TEST_F(QmlChart, losesTheFontWithTheFirstChangeOfItsFrame)

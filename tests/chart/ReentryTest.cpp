@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <memory>
 
@@ -70,6 +71,23 @@ TEST(OddValues, aSumOfNothingOrLessShowsNoAnglesTheFirstTime)
     EXPECT_EQ(parts.layer(0).percentage(), 0);
     EXPECT_EQ(parts.layer(0).endAngle(), kTop);
     EXPECT_FALSE(parts.clock->isRunning());
+}
+
+TEST(OddValues, sharesOfASumThatIsHardlyMoreThanNothingStayNumbers)
+{
+    ChartParts parts;
+    // One after the other, so that the sum is the last value, by which the others cannot be divided.
+    parts.show({kHuge / 4, -kHuge / 4, 1e-300});
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_TRUE(std::isfinite(parts.layer(i).percentage())) << i;
+        EXPECT_TRUE(std::isfinite(parts.layer(i).startAngle())) << i;
+        EXPECT_TRUE(std::isfinite(parts.layer(i).endAngle())) << i;
+        EXPECT_TRUE(std::isfinite(parts.layer(i).label().position.x())) << i;
+    }
+    parts.reload({1, 1});
+    EXPECT_TRUE(std::isfinite(parts.shown(1).endAngle()));
+    parts.clock->runOut();
+    EXPECT_DOUBLE_EQ(parts.layer(1).endAngle(), kTop + kTurn);
 }
 
 TEST(OddValues, moreSlicesThanThereArePixelsAreNotAskedFor)
@@ -242,6 +260,45 @@ TEST(Reentry, aDelegateThatIsDestroyedInsideItsCallHearsNothingMore)
     EXPECT_EQ(calls, 1);
     EXPECT_TRUE(parts.layer(0).isSelected());
     EXPECT_EQ(parts.chart.delegate(), nullptr);
+}
+
+TEST(Reentry, framesThatPassWhileADataSourceAnswersEndNothingThatHasNotBegun)
+{
+    class Slow final : public ListSource {
+    public:
+        OptionalAnswer<UIColor> pieChartColorForSliceAtIndex(QVPieChart & /*chart*/,
+                                                             unsigned /*index*/) override
+        {
+            clock->step(1);
+            return std::nullopt;
+        }
+        std::shared_ptr<SteppedClock> clock;
+    } source;
+    ChartParts parts;
+    source.clock = parts.clock;
+    parts.chart.setDataSource(&source);
+    source.values = {1, 2};
+    parts.chart.setAnimationSpeed(30);
+    parts.chart.reloadData();
+    source.values = {2, 1};
+    parts.chart.setAnimationSpeed(0.5);
+    parts.chart.reloadData();
+    EXPECT_EQ(parts.chart.animations().size(), 4U);
+    EXPECT_LE(parts.clock->runOut(), 32) << "half a second";
+    EXPECT_THAT(parts.chart.animations(), IsEmpty());
+    EXPECT_DOUBLE_EQ(parts.layer(1).endAngle(), kTop + kTurn);
+}
+
+TEST(Reentry, animationsOfOthersThatNobodyListensToEndToo)
+{
+    ChartParts parts;
+    parts.show({1, 2});
+    parts.layer(0).createArcAnimationForKeyFromValueToValueDelegateLinear(SliceLayer::kEndAngle, 0, 1,
+                                                                          nullptr, TimingCurve::Linear);
+    parts.chart.setSliceSelectedAtIndex(1);
+    parts.clock->runOut();
+    EXPECT_EQ(parts.shown(0).endAngle(), 1);
+    EXPECT_EQ(parts.layer(0).animationForKey(SliceLayer::kEndAngle), nullptr);
 }
 
 TEST(Reentry, aDelegateThatSelectsByItselfIsNotAskedForIt)

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <random>
 
 namespace slicewise {
@@ -113,6 +114,46 @@ std::vector<double> randomValues(std::mt19937 &random, const std::vector<double>
         break;
     }
     return values;
+}
+
+/// Where each slice is seen, those left out that have not been on screen.
+std::map<const SliceLayer *, std::vector<double>> seen(const ChartParts &parts)
+{
+    std::map<const SliceLayer *, std::vector<double>> all;
+    for (const auto &layer : parts.chart.sliceLayers()) {
+        if (const auto shown = layer->presentationLayer()) {
+            all[layer.get()] = {shown->startAngle(), shown->endAngle(), shown->position().x(),
+                                shown->position().y(), shown->fillColor().red};
+        }
+    }
+    return all;
+}
+
+TEST(LayerReuse, noSliceThatStaysJumps)
+{
+    for (unsigned seed = 100; seed < 130; ++seed) {
+        std::mt19937 random(seed);
+        ChartParts parts;
+        std::vector<double> values;
+        std::size_t compared = 0;
+        for (int step = 0; step < 60; ++step) {
+            values = randomValues(random, values);
+            // Kept alive, so that no new slice has the address of an old one.
+            const auto old = parts.chart.sliceLayers();
+            const auto before = seen(parts);
+            parts.reload(values);
+            for (const auto &[layer, place] : seen(parts)) {
+                if (before.contains(layer)) {
+                    ASSERT_EQ(before.at(layer), place) << seed << ' ' << step;
+                    ++compared;
+                }
+            }
+            parts.clock->step(static_cast<double>(random() % 8) / 10);
+            parts.chart.setSliceSelectedAtIndex(static_cast<int>(random() % 4));
+            parts.clock->step(0.05);
+        }
+        EXPECT_GT(compared, 60U);
+    }
 }
 
 TEST(LayerReuse, isTheRuleOnAListThatChangesUnderTheLoop)
