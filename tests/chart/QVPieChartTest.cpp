@@ -11,6 +11,7 @@
 
 #include <limits>
 #include <utility>
+#include <vector>
 
 void qml_register_types_Slicewise_Chart(); // NOLINT(readability-identifier-naming): Qt's name for what it
                                            // generates
@@ -122,7 +123,7 @@ TEST(QVPieChart, keepsWhatIsSetAndSaysSoOnce)
     QVPieChart chart({0, 0, 200, 100});
     QFont font;
     font.setPixelSize(9);
-    const std::pair<const char *, QVariant> settings[] = {
+    const std::vector<std::pair<const char *, QVariant>> settings = {
         {"startPieAngle", 1.0},
         {"animationSpeed", 2.0},
         {"pieBackgroundColor", QColor(Qt::green)},
