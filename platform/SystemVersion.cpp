@@ -46,7 +46,7 @@ std::optional<float> leadingNumber(std::string_view text)
     }
     const double value = number / unit;
     // Digits without end give an infinite number, or none at all; neither is below the limit.
-    const bool fits = value <= double{std::numeric_limits<float>::max()};
+    const bool fits = value <= static_cast<double>(std::numeric_limits<float>::max());
     return anyDigit && fits ? std::optional(static_cast<float>(value)) : std::nullopt;
 }
 
