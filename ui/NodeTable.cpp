@@ -22,7 +22,7 @@ int NodeTable::rowCount(const QModelIndex &parent) const
 
 QVariant NodeTable::data(const QModelIndex &index, int role) const
 {
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid) || m_dataSource == nullptr) {
+    if (!index.isValid() || index.row() >= m_rows || m_dataSource == nullptr) {
         return {};
     }
     switch (role) {

@@ -15,7 +15,7 @@ namespace {
 QSizeF sizeOfLines(const QString &text, const QFont &font)
 {
     const QFontMetricsF metrics(font);
-    QSizeF size;
+    QSizeF size(0, 0);
     for (const QString &line : text.split(QLatin1Char('\n'))) {
         size.rwidth() = std::max(size.width(), metrics.horizontalAdvance(line));
         size.rheight() += metrics.height();
