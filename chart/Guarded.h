@@ -13,6 +13,7 @@ public:
     /// A copy is another object, with pointers of its own to it.
     Guardable() : m_alive(std::make_shared<const bool>(true)) {}
     Guardable(const Guardable & /*other*/) : Guardable() {}
+    // Takes nothing of the other: NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
     Guardable &operator=(const Guardable & /*other*/) { return *this; }
 
     [[nodiscard]] std::weak_ptr<const bool> guard() const { return m_alive; }

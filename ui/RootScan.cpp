@@ -1,19 +1,19 @@
 #include "ui/RootScan.h"
 
-#include <QMetaObject>
-
 #include <utility>
 
 namespace slicewise {
 
 RootScan::RootScan(const Device &device, Log &log, const ScanOptions &options, QObject &receiver,
                    std::function<void()> finished)
-    : m_thread([this, &device, &log, options, &receiver, finished = std::move(finished)] {
-          run(device, log, options);
-          // Not waited for: the receiver may be waiting for this thread, in its destructor.
-          QMetaObject::invokeMethod(&receiver, finished, Qt::QueuedConnection);
-      })
-{}
+{
+    // Not waited for: the receiver may be waiting for this thread, in its destructor.
+    connect(this, &RootScan::ended, &receiver, std::move(finished), Qt::QueuedConnection);
+    m_thread = std::thread([this, &device, &log, options] {
+        run(device, log, options);
+        Q_EMIT ended();
+    });
+}
 
 RootScan::~RootScan()
 {

@@ -23,7 +23,9 @@ namespace slicewise {
 /// What the root of every tree is called.
 inline constexpr const char *kRootName = "Disk";
 
-class RootScan {
+class RootScan : public QObject {
+    Q_OBJECT
+
 public:
     /// Scans the device from "/". When it is done, `finished` is called once by the receiver's event loop, on
     /// its thread, unless the receiver is gone by then. Options' own monitor is left aside.
@@ -31,7 +33,7 @@ public:
              std::function<void()> finished);
     RootScan(const RootScan &) = delete;
     RootScan &operator=(const RootScan &) = delete;
-    ~RootScan();
+    ~RootScan() override;
 
     /// The top level as it is now, as a tree of its own: a root and its categories, in the order in which the
     /// scan met them. They have no children and no files.
@@ -43,6 +45,9 @@ public:
     };
     /// Waits for the end. Once.
     [[nodiscard]] Result take();
+
+Q_SIGNALS:
+    void ended(); ///< from the scan's thread
 
 private:
     void run(const Device &device, Log &log, ScanOptions options);

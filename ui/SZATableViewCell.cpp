@@ -11,7 +11,7 @@
 namespace slicewise {
 
 SZATableViewCell::SZATableViewCell(Style /*style*/, QString reuseIdentifier)
-    : m_reuseIdentifier(std::move(reuseIdentifier)), m_circleSize(12), m_circleStroke(1)
+    : m_reuseIdentifier(std::move(reuseIdentifier))
 {}
 
 void SZATableViewCell::setText(QString text)

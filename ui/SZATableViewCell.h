@@ -57,8 +57,8 @@ private:
     QString m_text;
     QString m_detailText;
     Selectable m_selectable = Selectable::No;
-    std::uint8_t m_circleSize;
-    std::uint8_t m_circleStroke;
+    std::uint8_t m_circleSize = 12;
+    std::uint8_t m_circleStroke = 1;
     std::optional<UIColor> m_nodeColor;
 };
 
