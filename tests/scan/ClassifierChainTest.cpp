@@ -261,8 +261,8 @@ TEST_F(Chain, answersByPlanWhatItAnswersFileByFileWhateverTheChain)
                 const auto linesFileByFile = m_lines;
                 m_lines.clear();
                 ASSERT_EQ(classifyFileByPlan(chain, plan, path, name, m_log), fileByFile)
-                    << "seed " << seed << ' ' << shownText(path);
-                ASSERT_EQ(m_lines, linesFileByFile) << "seed " << seed << ' ' << shownText(path);
+                    << "seed " << seed << ' ' << asciiText(path);
+                ASSERT_EQ(m_lines, linesFileByFile) << "seed " << seed << ' ' << asciiText(path);
             }
         }
     }

@@ -224,7 +224,7 @@ TEST(Location, agreesWithTheRulesAsTheyAreToldOnRandomPaths)
         const std::string path = inside(paths.directory(), paths.name());
         const std::optional<std::string> category = classifyLocation(path);
         matches += category ? 1U : 0U;
-        ASSERT_EQ(category, classifyAsTold(path)) << shownText(path);
+        ASSERT_EQ(category, classifyAsTold(path)) << asciiText(path);
     }
     EXPECT_GT(matches, 1000U); // or the paths prove nothing
 }
@@ -237,8 +237,8 @@ TEST(Location, answersForADirectoryWhatItAnswersForEachOfItsFiles)
         const std::string name = paths.name();
         const std::string path = inside(directory, name);
         ASSERT_EQ(ofFile(classifyLocationOfDirectory(directory), name), classifyLocation(path))
-            << shownText(path);
-        ASSERT_EQ(ofFile(classifyOtherOfDirectory(directory), name), classifyOther(path)) << shownText(path);
+            << asciiText(path);
+        ASSERT_EQ(ofFile(classifyOtherOfDirectory(directory), name), classifyOther(path)) << asciiText(path);
     }
 }
 

@@ -200,7 +200,7 @@ TEST_F(Insertion, splitsCategoryPathsAtEverySlashButALastOne)
         {"\xff/\n", {"\xff", "\n"}},
     };
     for (const Case &one : cases) {
-        SCOPED_TRACE(shownText(one.category));
+        SCOPED_TRACE(asciiText(one.category));
         SZANode root(&m_device);
         m_device.declare("/file", 3);
         root.addNodeForFile(one.category, "/file");
@@ -210,7 +210,7 @@ TEST_F(Insertion, splitsCategoryPathsAtEverySlashButALastOne)
             EXPECT_EQ(node->filename(), std::nullopt);
             ASSERT_EQ(node->childCount(), 1U);
             node = node->childNamed(name);
-            ASSERT_NE(node, nullptr) << "no \"" << shownText(name) << '"';
+            ASSERT_NE(node, nullptr) << "no \"" << asciiText(name) << '"';
             EXPECT_EQ(node->name(), name);
         }
         EXPECT_EQ(node->filename(), "/file");
@@ -316,7 +316,7 @@ TEST_F(Properties, aFileNameIsGivenBackByteForByteAndCanBeTakenAway)
              {std::string("/dir/f"), std::string("/dir/A"), std::string("/f"), std::string("f"),
               std::string(), std::string("/"), std::string("/dir/"), std::string("//f"),
               std::string("\xff/\n")}) {
-            SCOPED_TRACE(shownText(node->name()) + ": " + shownText(filename));
+            SCOPED_TRACE(asciiText(node->name()) + ": " + asciiText(filename));
             node->setFilename(filename);
             EXPECT_EQ(node->filename(), filename);
         }

@@ -284,7 +284,7 @@ TEST(ScanFailures, makeATreeThatLooksAsIfWhatFailedWereNotThere)
             });
             if (path != "/" && reached && random() % 5 == 0) {
                 failing.push_back(path);
-                expected.push_back("directory " + shownText(path) + ": EACCES");
+                expected.push_back("directory " + asciiText(path) + ": EACCES");
                 device.failOpen(path, EACCES);
             }
         }

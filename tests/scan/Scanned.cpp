@@ -58,7 +58,7 @@ std::vector<std::string> notEntered(const ScanReport &report)
 {
     std::vector<std::string> lines;
     for (const NotEntered &one : report.notEntered) {
-        lines.push_back(fmt::format("{} {}{}", nameOf(one.why), shownText(one.path),
+        lines.push_back(fmt::format("{} {}{}", nameOf(one.why), asciiText(one.path),
                                     one.fileSystemType.empty() ? "" : " (" + one.fileSystemType + ")"));
     }
     return lines;
@@ -70,7 +70,7 @@ std::vector<std::string> failures(const ScanReport &report)
     for (const ScanFailure &failure : report.failures) {
         lines.push_back(fmt::format("{} {}: {}",
                                     failure.of == ScanFailure::Of::Directory ? "directory" : "file",
-                                    shownText(failure.path), nameOf(failure.error)));
+                                    asciiText(failure.path), nameOf(failure.error)));
     }
     return lines;
 }

@@ -184,7 +184,7 @@ std::string listed(const std::vector<std::string> &names)
 {
     std::string text;
     for (const std::string &name : names) {
-        text += " \"" + shownText(name) + "\"";
+        text += " \"" + asciiText(name) + "\"";
     }
     return text;
 }
@@ -198,8 +198,8 @@ std::optional<std::string> differenceOfNode(const NaiveNode &naive, SZANode &fas
         return fmt::format("index {} instead of {}", fast.index(), naive.index);
     }
     if (naive.filename != fast.filename()) {
-        return fmt::format("file name {} instead of {}", shownText(fast.filename().value_or("(absent)")),
-                           shownText(naive.filename.value_or("(absent)")));
+        return fmt::format("file name {} instead of {}", asciiText(fast.filename().value_or("(absent)")),
+                           asciiText(naive.filename.value_or("(absent)")));
     }
     if (naive.children.size() != fast.childCount()) {
         return fmt::format("{} children instead of {}", fast.childCount(), naive.children.size());
@@ -227,13 +227,13 @@ std::optional<std::string> differenceBetween(const NaiveNode &naive, SZANode &fa
         const Pair pair = std::move(open.back());
         open.pop_back();
         if (const auto difference = differenceOfNode(*pair.naive, *pair.fast)) {
-            return fmt::format("\"{}\" has {}", shownText(pair.place), *difference);
+            return fmt::format("\"{}\" has {}", asciiText(pair.place), *difference);
         }
         for (const auto &[name, child] : pair.naive->children) {
             SZANode *other = pair.fast->childNamed(name);
             if (other == nullptr || other->name() != name) {
-                return fmt::format(R"("{}" does not find its child "{}")", shownText(pair.place),
-                                   shownText(name));
+                return fmt::format(R"("{}" does not find its child "{}")", asciiText(pair.place),
+                                   asciiText(name));
             }
             open.push_back({child.get(), other, pair.place + "/" + name});
         }

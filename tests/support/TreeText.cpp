@@ -17,16 +17,16 @@ void appendLine(std::string &text, std::size_t depth, std::string_view name, std
                 std::uint64_t index, const std::optional<std::string> &filename)
 {
     auto out = std::back_inserter(text);
-    fmt::format_to(out, "{:{}}\"{}\" {} #{}", "", depth * 2, shownText(name), sizeBytes, index);
+    fmt::format_to(out, "{:{}}\"{}\" {} #{}", "", depth * 2, asciiText(name), sizeBytes, index);
     if (filename) {
-        fmt::format_to(out, " \"{}\"", shownText(*filename));
+        fmt::format_to(out, " \"{}\"", asciiText(*filename));
     }
     text.push_back('\n');
 }
 
 } // namespace
 
-std::string shownText(std::string_view text)
+std::string asciiText(std::string_view text)
 {
     std::string shown;
     for (const char character : text) {

@@ -13,7 +13,7 @@
 namespace slicewise {
 
 /// The text with quotes, backslashes, control characters and all bytes beyond ASCII as \xNN.
-[[nodiscard]] std::string shownText(std::string_view text);
+[[nodiscard]] std::string asciiText(std::string_view text);
 
 /// The whole tree; its root's own name is left out, and so is its index.
 [[nodiscard]] std::string treeText(const SZANode &root);

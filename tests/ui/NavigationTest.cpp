@@ -1,0 +1,130 @@
+// The stack of screens.
+#include "tests/ui/BrowserParts.h"
+
+#include <QPointer>
+#include <QSignalSpy>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace slicewise {
+
+namespace {
+
+using ::testing::ElementsAre;
+
+class NavigationTest : public ::testing::Test {
+protected:
+    SZAViewController *push(const std::vector<std::string> &names)
+    {
+        auto made = SZAViewController::controller(system.services(tree.device));
+        made->setRoot(tree.root);
+        made->setDoneScan(true);
+        made->setCurrentPath(tree.path(names));
+        SZAViewController *const pushed = made.get();
+        stack.pushViewController(std::move(made));
+        return pushed;
+    }
+
+    System system;
+    HandMadeTree tree{{{"Others/a/b", 5}}};
+    SZANavigationController stack;
+};
+
+TEST_F(NavigationTest, isEmptyAtFirst)
+{
+    EXPECT_EQ(stack.count(), 0);
+    EXPECT_EQ(stack.topViewController(), nullptr);
+    stack.popViewController();
+    EXPECT_EQ(stack.count(), 0);
+    EXPECT_TRUE(stack.isNavigationBarUserInteractionEnabled());
+}
+
+TEST_F(NavigationTest, pushesAndPopsOnTop)
+{
+    QSignalSpy popped(&stack, &SZANavigationController::viewControllerPopped);
+    SZAViewController *const first = push({});
+    SZAViewController *const second = push({"Others"});
+    EXPECT_THAT(stack.viewControllers(), ElementsAre(first, second));
+    EXPECT_EQ(stack.topViewController(), second);
+    EXPECT_EQ(second->navigationController(), &stack);
+    stack.goBack();
+    EXPECT_THAT(stack.viewControllers(), ElementsAre(first));
+    ASSERT_EQ(popped.count(), 1);
+    EXPECT_EQ(popped[0][0].value<SZAViewController *>(), second);
+    stack.goBack();
+    EXPECT_EQ(stack.count(), 1) << "the overview stays";
+}
+
+TEST_F(NavigationTest, whoFollowsThePushMayLoadTheViewWithAChart)
+{
+    QVPieChart chart(QRectF(0, 0, 100, 100));
+    QObject::connect(&stack, &SZANavigationController::viewControllerPushed, &stack,
+                     [&](SZAViewController *pushed) {
+                         EXPECT_EQ(stack.topViewController(), pushed);
+                         pushed->setChart(&chart);
+                         pushed->loadViewIfNeeded();
+                     });
+    push({"Others"});
+    EXPECT_EQ(chart.sliceLayers().size(), 9U);
+}
+
+TEST_F(NavigationTest, otherwiseTheStackLoadsIt)
+{
+    EXPECT_EQ(push({"Others"})->tableView()->rowCount(), 1);
+}
+
+TEST_F(NavigationTest, aScreenThatWasPoppedLivesUntilNothingShowsIt)
+{
+    push({});
+    const QPointer<SZAViewController> second = push({"Others"});
+    stack.release(second);
+    ASSERT_FALSE(second.isNull()) << "it is on the stack";
+    stack.goBack();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    ASSERT_FALSE(second.isNull());
+    EXPECT_EQ(second->tableView()->rowCount(), 1);
+    stack.release(second);
+    stack.release(nullptr);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_TRUE(second.isNull());
+}
+
+TEST_F(NavigationTest, theBackButtonWaitsForTheBar)
+{
+    push({});
+    push({"Others"});
+    QSignalSpy changed(&stack, &SZANavigationController::navigationBarUserInteractionEnabledChanged);
+    stack.setNavigationBarUserInteractionEnabled(false);
+    stack.setNavigationBarUserInteractionEnabled(false);
+    EXPECT_EQ(changed.count(), 1);
+    stack.goBack();
+    EXPECT_EQ(stack.count(), 2);
+    stack.popViewController();
+    EXPECT_EQ(stack.count(), 1) << "the program itself may";
+}
+
+TEST_F(NavigationTest, goesAwayWithItsScreens)
+{
+    QPointer<SZAViewController> first;
+    QPointer<SZAViewController> second;
+    {
+        SZANavigationController other;
+        auto made = SZAViewController::controller(system.services(tree.device));
+        made->setRoot(tree.root);
+        made->setDoneScan(true);
+        made->setCurrentPath(tree.path({"Others"}));
+        first = made.get();
+        other.pushViewController(std::move(made));
+        first->tableView()->tapRow(0);
+        system.timers.pass(0.25);
+        second = other.topViewController();
+        other.popViewController();
+        ASSERT_NE(first, second);
+    }
+    EXPECT_TRUE(first.isNull());
+    EXPECT_TRUE(second.isNull());
+}
+
+} // namespace
+
+} // namespace slicewise

@@ -1,0 +1,85 @@
+#include "ui/SZANavigationController.h"
+
+#include "ui/SZAViewController.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace slicewise {
+
+SZANavigationController::SZANavigationController() = default;
+
+SZANavigationController::~SZANavigationController()
+{
+    // A screen may tell the bar on its way out.
+    m_popped.clear();
+    while (!m_viewControllers.empty()) {
+        const std::unique_ptr<SZAViewController> last = std::move(m_viewControllers.back());
+        m_viewControllers.pop_back();
+    }
+}
+
+SZAViewController *SZANavigationController::topViewController() const
+{
+    return m_viewControllers.empty() ? nullptr : m_viewControllers.back().get();
+}
+
+std::vector<SZAViewController *> SZANavigationController::viewControllers() const
+{
+    std::vector<SZAViewController *> all;
+    all.reserve(m_viewControllers.size());
+    for (const auto &each : m_viewControllers) {
+        all.push_back(each.get());
+    }
+    return all;
+}
+
+void SZANavigationController::pushViewController(std::unique_ptr<SZAViewController> viewController)
+{
+    SZAViewController *const pushed = viewController.get();
+    pushed->setNavigationController(this);
+    m_viewControllers.push_back(std::move(viewController));
+    Q_EMIT viewControllersChanged();
+    Q_EMIT viewControllerPushed(pushed);
+    pushed->loadViewIfNeeded();
+}
+
+void SZANavigationController::popViewController()
+{
+    if (m_viewControllers.size() < 2) {
+        return;
+    }
+    m_popped.push_back(std::move(m_viewControllers.back()));
+    m_viewControllers.pop_back();
+    SZAViewController *const popped = m_popped.back().get();
+    Q_EMIT viewControllersChanged();
+    Q_EMIT viewControllerPopped(popped);
+}
+
+void SZANavigationController::goBack()
+{
+    if (m_barEnabled) {
+        popViewController();
+    }
+}
+
+void SZANavigationController::release(SZAViewController *viewController)
+{
+    const auto found = std::find_if(m_popped.begin(), m_popped.end(),
+                                    [&](const auto &each) { return each.get() == viewController; });
+    if (found != m_popped.end()) {
+        // It may be what asks for this.
+        found->release()->deleteLater();
+        m_popped.erase(found);
+    }
+}
+
+void SZANavigationController::setNavigationBarUserInteractionEnabled(bool enabled)
+{
+    if (m_barEnabled != enabled) {
+        m_barEnabled = enabled;
+        Q_EMIT navigationBarUserInteractionEnabledChanged();
+    }
+}
+
+} // namespace slicewise
