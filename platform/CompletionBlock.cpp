@@ -10,7 +10,7 @@ namespace slicewise {
 
 namespace {
 
-// The layout that compilers give a block: "Block Implementation Specification" of Clang's documentation.
+// The layout that compilers give a block, as Clang's documentation of its blocks has it.
 struct BlockDescriptor {
     unsigned long reserved;
     unsigned long sizeBytes;
