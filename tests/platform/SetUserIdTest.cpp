@@ -9,6 +9,7 @@
 
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,7 @@ namespace {
 
 using testing::AllOf;
 using testing::ContainsRegex;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -61,12 +63,18 @@ TEST_F(SetUserId, rightAfterTheStartTheEffectiveUserIsTheRealOneAndTheSavedIdIsR
 
 TEST_F(SetUserId, onlyTheThreadThatRemovesIsRootAndOnlyMeanwhile)
 {
-    EXPECT_EQ(outputOf(probe({"threads"})), std::string(kAtEntry) + "before main effective 65534\n"
-                                                                    "before other effective 65534\n"
-                                                                    "during main effective 0\n"
-                                                                    "during other effective 65534\n"
-                                                                    "after main effective 65534\n"
-                                                                    "after other effective 65534\n");
+    // Each line once: a sanitizer has a thread of its own, which is one of the others.
+    std::istringstream output(outputOf(probe({"threads"})));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(output, line);) {
+        if (lines.empty() || lines.back() != line) {
+            lines.push_back(line);
+        }
+    }
+    EXPECT_THAT(lines, ElementsAre("entry real 65534 effective 65534 saved 0", "before main effective 65534",
+                                   "before other effective 65534", "during main effective 0",
+                                   "during other effective 65534", "after main effective 65534",
+                                   "after other effective 65534"));
 }
 
 TEST_F(SetUserId, nothingOfTheCallersEnvironmentIsLeftButHowToWrite)
@@ -76,7 +84,6 @@ TEST_F(SetUserId, nothingOfTheCallersEnvironmentIsLeftButHowToWrite)
         {"PATH", "/tmp/evil"},
         {"LD_PRELOAD", "/nowhere.so"},
         {"LD_LIBRARY_PATH", "/tmp"},
-        {"LD_AUDIT", "/tmp"},
         {"QT_PLUGIN_PATH", "/tmp"},
         {"QT_QPA_PLATFORM", "offscreen"},
         {"QML2_IMPORT_PATH", "x"},
@@ -96,6 +103,10 @@ TEST_F(SetUserId, nothingOfTheCallersEnvironmentIsLeftButHowToWrite)
         {"LC_ALL", "../../tmp/evil"},
         {"NO_COLOR", "a\nb"},
     };
+#if !defined(__SANITIZE_THREAD__)
+    // Even where the loader does not use it, it then has no room for that sanitizer's variables.
+    run.environment.emplace_back("LD_AUDIT", "/tmp");
+#endif
     const std::string output = outputOf(run);
     EXPECT_THAT(output,
                 HasSubstr("variable PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin\n"));
