@@ -43,8 +43,10 @@ protected:
         return run;
     }
 
-    [[nodiscard]] static std::string outputOf(const ProgramRun &run)
+    [[nodiscard]] static std::string outputOf(ProgramRun run)
     {
+        // Looking for leaks a sanitizer would trace its own process, which nobody may do with this one.
+        run.environment.emplace_back("ASAN_OPTIONS", "detect_leaks=0");
         const ProgramResult result = runProgram(run);
         EXPECT_EQ(result.exitStatus, 0) << result.standardError;
         return result.standardOutput;
