@@ -124,7 +124,7 @@ private:
             tell(fmt::format("“{}” can't be deleted. The report marks what can be.", shown));
             return false;
         }
-        const DeletionPlan plan = planDeletion(m_root, *path.back(), type);
+        const DeletionPlan plan = planDeletion(m_deletion.device, *path.back(), type);
         m_output.write(planText(category, plan) + "\n");
         m_output.flush();
         if (m_arguments.dryRun) {

@@ -6,26 +6,52 @@
 
 #include <fmt/format.h>
 
+#include <memory>
 #include <optional>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace slicewise {
 
 namespace {
 
-/// Calls `visit` for each node from the given one down that has a file.
-template <typename Visit> void forEachFile(const SZANode &top, const Visit &visit)
+std::uint64_t filesBelow(const SZANode &top)
 {
+    std::uint64_t files = 0;
     std::vector<const SZANode *> left = {&top};
     while (!left.empty()) {
         const SZANode &node = *left.back();
         left.pop_back();
-        if (const std::optional<std::string> file = node.filename()) {
-            visit(node, *file);
-        }
+        files += node.filename() ? 1U : 0U;
         const std::vector<SZANode *> children = node.getNodes();
         left.insert(left.end(), children.begin(), children.end());
+    }
+    return files;
+}
+
+/// Adds up what is in a directory. Asked of the device and not of the tree, where it would mean going through
+/// all of it: files of one directory may stand in several categories.
+void countDirectory(const Device &device, const std::string &top, DeletionPlan &plan)
+{
+    const std::unique_ptr<DirectoryReader> reader = device.makeReader();
+    EntryChunk chunk;
+    std::vector<std::string> left = {top};
+    while (!left.empty()) {
+        const std::string directory = std::move(left.back());
+        left.pop_back();
+        bool more = reader->open(directory).ok();
+        while (more) {
+            const Result<DirectoryReader::Progress> progress = reader->next(chunk);
+            for (const EntryChunk::Entry &entry : chunk.entries()) {
+                if (entry.type == EntryType::Directory) {
+                    left.push_back(directory + std::string(chunk.name(entry)) + "/");
+                } else {
+                    ++plan.files;
+                    plan.bytes += entry.sizeBytes;
+                }
+            }
+            more = progress.ok() && *progress == DirectoryReader::Progress::More;
+        }
     }
 }
 
@@ -57,22 +83,15 @@ std::string howText(const SZANode &node, SZADeleteType type)
 
 } // namespace
 
-DeletionPlan planDeletion(const SZANode &root, const SZANode &node, SZADeleteType type)
+DeletionPlan planDeletion(const Device &device, const SZANode &node, SZADeleteType type)
 {
     DeletionPlan plan{.type = type, .how = howText(node, type)};
-    const std::optional<std::string> file = node.filename();
-    if (type == SZADeleteTypeParent && file) {
-        const std::string directory = directoryOf(*file);
-        forEachFile(root, [&](const SZANode &found, const std::string &path) {
-            if (path.starts_with(directory)) {
-                ++plan.files;
-                plan.bytes += found.childCount() == 0 ? found.size() : 0;
-            }
-        });
-        return plan;
+    if (const std::optional<std::string> file = node.filename(); type == SZADeleteTypeParent && file) {
+        countDirectory(device, directoryOf(*file), plan);
+    } else {
+        plan.files = filesBelow(node);
+        plan.bytes = node.size();
     }
-    forEachFile(node, [&](const SZANode &, const std::string &) { ++plan.files; });
-    plan.bytes = node.size();
     return plan;
 }
 

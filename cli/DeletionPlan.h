@@ -2,6 +2,7 @@
 #pragma once
 
 #include "delete/DeletionPolicy.h"
+#include "platform/Device.h"
 #include "scan/SZANode.h"
 
 #include <cstdint>
@@ -16,9 +17,9 @@ struct DeletionPlan {
     std::string how; ///< "uninstalls the application"
 };
 
-/// Counts the files that the scan has found and that go with the node; of one whose whole directory goes,
-/// all that it found in there.
-[[nodiscard]] DeletionPlan planDeletion(const SZANode &root, const SZANode &node, SZADeleteType type);
+/// Counts the files that the scan has found below the node; where a whole directory goes, those that are in
+/// there now, as far as it can be read.
+[[nodiscard]] DeletionPlan planDeletion(const Device &device, const SZANode &node, SZADeleteType type);
 
 /// "Others/home/me/old: 3 files, 3.5 MB; removes its files"
 [[nodiscard]] std::string planText(const std::string &categoryPath, const DeletionPlan &plan);
