@@ -70,15 +70,14 @@ protected:
         const auto device = std::move(HostDevice::open(m_directory.path(), &m_calls)).value();
         return device->makeRemover()->remove(path);
     }
-    // Without these numbers nothing tells it from an ordinary directory.
-    [[nodiscard]] static bool seesMountsOfTheSameFileSystem()
-    {
-        return GetParam().inOneCall || GetParam().mountNumbers;
-    }
 
     TemporaryDirectory m_directory;
     FailingSystemCalls m_calls;
 };
+
+/// Where another part of the same file system can be told from an ordinary directory: by openat2(2), or by
+/// the number of its mount.
+class RemovalKnowingMounts : public RemovalAmongMounts {};
 
 TEST_P(RemovalAmongMounts, leavesAFileSystemThatIsMountedInTheTreeAndRemovesAllElse)
 {
@@ -100,11 +99,8 @@ TEST_P(RemovalAmongMounts, leavesAFileSystemThatIsMountedInTheTreeAndRemovesAllE
     });
 }
 
-TEST_P(RemovalAmongMounts, leavesAnotherPartOfTheSameFileSystem)
+TEST_P(RemovalKnowingMounts, leavesAnotherPartOfTheSameFileSystem)
 {
-    if (!seesMountsOfTheSameFileSystem()) {
-        GTEST_SKIP() << "a kernel without openat2 and mount numbers can't tell it";
-    }
     m_directory.makeFile("canary/sub/file", 3);
     m_directory.makeFile("canary/file", 4);
     m_directory.makeFile("tree/a/bound/hidden");
@@ -133,11 +129,8 @@ TEST_P(RemovalAmongMounts, leavesAFileThatAnotherIsMountedOn)
     });
 }
 
-TEST_P(RemovalAmongMounts, leavesWhatIsMountedAtTheLastMoment)
+TEST_P(RemovalKnowingMounts, leavesWhatIsMountedAtTheLastMoment)
 {
-    if (!seesMountsOfTheSameFileSystem()) {
-        GTEST_SKIP() << "a kernel without openat2 and mount numbers can't tell it";
-    }
     m_directory.makeFile("canary/file", 4);
     m_directory.makeFile("tree/sub/file");
     m_directory.makeFile("tree/other/file");
@@ -173,13 +166,20 @@ TEST_P(RemovalAmongMounts, leavesWhatIsMountedOnADirectoryWhileItIsInIt)
     });
 }
 
+std::string nameOf(const testing::TestParamInfo<Surroundings> &test)
+{
+    return test.param.name;
+}
+
+constexpr Surroundings kAsTheyAre = {"AsTheyAre", true, true};
+constexpr Surroundings kOpeningNameByName = {"OpeningNameByName", false, true};
+
+INSTANTIATE_TEST_SUITE_P(HostRemover, RemovalKnowingMounts, testing::Values(kAsTheyAre, kOpeningNameByName),
+                         nameOf);
 INSTANTIATE_TEST_SUITE_P(HostRemover, RemovalAmongMounts,
-                         testing::Values(Surroundings{"AsTheyAre", true, true},
-                                         Surroundings{"OpeningNameByName", false, true},
+                         testing::Values(kAsTheyAre, kOpeningNameByName,
                                          Surroundings{"KnowingFileSystemsAlone", false, false}),
-                         [](const testing::TestParamInfo<Surroundings> &test) {
-                             return std::string(test.param.name);
-                         });
+                         nameOf);
 
 TEST(SystemCalls, tellOneMountFromAnotherByItsNumber)
 {
