@@ -8,6 +8,8 @@
 #include "delete/DeletionPolicy.h"
 #include "scan/SZANode.h"
 
+#include <utility>
+
 namespace slicewise {
 
 class DeletionService {
@@ -25,7 +27,7 @@ public:
 /// By the strategies, from a device.
 class DeviceDeletion final : public DeletionService {
 public:
-    explicit DeviceDeletion(const Deletion &deletion) : m_deletion(deletion) {}
+    explicit DeviceDeletion(Deletion deletion) : m_deletion(std::move(deletion)) {}
 
     [[nodiscard]] DeletionOutcome deleteNode(SZADeleteType type, const SZANode &node) override;
 
