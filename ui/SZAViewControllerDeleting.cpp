@@ -3,12 +3,22 @@
 #include "ui/SZANavigationController.h"
 #include "ui/SZAViewController.h"
 
+#include <QtGlobal>
+
 #include <array>
+#include <string_view>
 #include <utility>
 
 namespace slicewise {
 
 namespace {
+
+// The command line says these too. A translator's tools see only texts that stand here.
+static_assert(std::string_view(kUninstallQuestion) ==
+              QT_TRANSLATE_NOOP("slicewise::SZAViewController", "Uninstall {}?"));
+static_assert(std::string_view(kDeletionFailed) ==
+              QT_TRANSLATE_NOOP("slicewise::SZAViewController",
+                                "Deletion failed for some or all of the files."));
 
 SZADeleteType typeOf(const std::vector<SZANode *> &path)
 {

@@ -66,12 +66,13 @@ protected:
 
 TEST_F(DeletingPackageTest, isRemovedByThePackageToolAfterTheQuestion)
 {
-    install({.name = "bar", .files = {"/usr/bar"}});
+    install({.name = "bar", .files = {"/usr/bar", "/etc/bar.conf"}, .conffile = "/etc/bar.conf"});
     install({.name = "tool", .files = {"/usr/tool"}});
     show();
     uninstall("bar");
     EXPECT_FALSE(screen->alertView()->isVisible());
     EXPECT_FALSE(exists("usr/bar"));
+    EXPECT_TRUE(exists("etc/bar.conf"));
     EXPECT_TRUE(exists("usr/tool"));
     EXPECT_EQ(stateOf("bar"), "deinstall ok config-files");
     EXPECT_EQ(changingCalls(), call("--dry-run|-r|bar|") + call("-r|bar|"));
