@@ -7,7 +7,11 @@
 
 namespace slicewise {
 
-SZANavigationController::SZANavigationController() = default;
+SZANavigationController::SZANavigationController()
+{
+    connect(m_gate.get(), &InteractionGate::ignoringInteractionEventsChanged, this,
+            &SZANavigationController::ignoringInteractionEventsChanged);
+}
 
 SZANavigationController::~SZANavigationController()
 {
@@ -38,6 +42,7 @@ void SZANavigationController::pushViewController(std::unique_ptr<SZAViewControll
 {
     SZAViewController *const pushed = viewController.get();
     pushed->setNavigationController(this);
+    connect(pushed, &SZAViewController::deletingChanged, this, &SZANavigationController::deletingChanged);
     m_viewControllers.push_back(std::move(viewController));
     Q_EMIT viewControllersChanged();
     Q_EMIT viewControllerPushed(pushed);
@@ -58,9 +63,18 @@ void SZANavigationController::popViewController()
 
 void SZANavigationController::goBack()
 {
-    if (m_barEnabled) {
+    SZAViewController *const top = topViewController();
+    if (top != nullptr && m_barEnabled && !isIgnoringInteractionEvents() &&
+        !top->navigationItem()->hidesBackButton() && !top->isAsking()) {
         popViewController();
     }
+}
+
+bool SZANavigationController::isDeleting() const
+{
+    const auto deletes = [](const auto &screen) { return screen->isDeleting(); };
+    return std::any_of(m_viewControllers.begin(), m_viewControllers.end(), deletes) ||
+           std::any_of(m_popped.begin(), m_popped.end(), deletes);
 }
 
 void SZANavigationController::release(SZAViewController *viewController)

@@ -1,8 +1,13 @@
 // The stack of screens: the overview at the bottom, the screen that is shown on top.
 //
+// An application that is about to end while something is being deleted stays, without a window, until
+// isDeleting() is false: a stack that goes away earlier makes the GUI thread wait.
+//
 // GUI thread. Owns its screens. What draws them follows the signals; a screen that was popped lives until
 // whoever draws it says that it is gone.
 #pragma once
+
+#include "ui/InteractionGate.h"
 
 #include <QObject>
 #include <QtQmlIntegration>
@@ -24,6 +29,9 @@ class SZANavigationController : public QObject {
         slicewise::SZAViewController *topViewController READ topViewController NOTIFY viewControllersChanged)
     Q_PROPERTY(bool navigationBarUserInteractionEnabled READ isNavigationBarUserInteractionEnabled NOTIFY
                    navigationBarUserInteractionEnabledChanged)
+    Q_PROPERTY(bool ignoringInteractionEvents READ isIgnoringInteractionEvents NOTIFY
+                   ignoringInteractionEventsChanged)
+    Q_PROPERTY(bool deleting READ isDeleting NOTIFY deletingChanged)
 
 public:
     SZANavigationController();
@@ -41,7 +49,8 @@ public:
     void pushViewController(std::unique_ptr<SZAViewController> viewController);
     /// Takes the top one off; the bottom one stays.
     void popViewController();
-    /// The back button: as popViewController(), unless the bar can't be touched now.
+    /// The back button: as popViewController(), unless the bar can't be touched now, or the screen on top
+    /// hides the button or asks something.
     Q_INVOKABLE void goBack();
     /// Nothing shows that popped screen any more: it goes.
     Q_INVOKABLE void release(slicewise::SZAViewController *viewController);
@@ -49,13 +58,23 @@ public:
     [[nodiscard]] bool isNavigationBarUserInteractionEnabled() const { return m_barEnabled; }
     void setNavigationBarUserInteractionEnabled(bool enabled);
 
+    /// Of the application: what all screens of the stack heed and may close.
+    [[nodiscard]] const std::shared_ptr<InteractionGate> &interactionGate() const { return m_gate; }
+    /// While true, the window takes no touch, key or click at all.
+    [[nodiscard]] bool isIgnoringInteractionEvents() const { return m_gate->isIgnoringInteractionEvents(); }
+    /// Whether a screen deletes now; until its result has been shown.
+    [[nodiscard]] bool isDeleting() const;
+
 Q_SIGNALS:
     void viewControllersChanged();
     void viewControllerPushed(slicewise::SZAViewController *viewController);
     void viewControllerPopped(slicewise::SZAViewController *viewController);
     void navigationBarUserInteractionEnabledChanged();
+    void ignoringInteractionEventsChanged();
+    void deletingChanged();
 
 private:
+    std::shared_ptr<InteractionGate> m_gate = std::make_shared<InteractionGate>();
     std::vector<std::unique_ptr<SZAViewController>> m_viewControllers;
     std::vector<std::unique_ptr<SZAViewController>> m_popped; ///< still drawn
     bool m_barEnabled = true;

@@ -1,5 +1,5 @@
-// Making a screen, loading it, and what it shows of a node; the scan and the picks are in the files that
-// begin with its name.
+// Making a screen, loading it, and what it shows of a node; the scan, the picks and the deletion are in the
+// files that begin with its name.
 #include "ui/SZAViewController.h"
 
 #include "delete/DeletionPolicy.h"
@@ -55,8 +55,10 @@ std::unique_ptr<SZAViewController> SZAViewController::controllerWithNode(SZANode
     return child;
 }
 
-SZAViewController::SZAViewController(const BrowserServices &services) : m_services(services)
+SZAViewController::SZAViewController(const BrowserServices &services)
+    : m_services(services), m_gate(std::make_shared<InteractionGate>())
 {
+    m_tableView.setInteractionGate(m_gate);
     m_tableView.setDataSource(this);
     m_tableView.setDelegate(this);
 }
@@ -72,6 +74,10 @@ SZAViewController::~SZAViewController()
             m_services.idleTimer->setIdleTimerDisabled(false);
         }
         endBackgroundTask();
+    }
+    if (m_deletion) {
+        m_deletion.reset();
+        m_gate->endIgnoringInteractionEvents();
     }
 }
 
@@ -142,15 +148,18 @@ void SZAViewController::showChild()
 
 std::optional<BarButtonItem> SZAViewController::rightBarButton() const
 {
+    if (m_services.deletion == nullptr) {
+        return std::nullopt;
+    }
     const std::vector<const SZANode *> path(m_currentPath->begin(), m_currentPath->end());
     if (pathHasDeletableChildren(path)) {
-        return BarButtonItem{.title = QStringLiteral("Edit"),
+        return BarButtonItem{.title = tr("Edit"),
                              .action = BarButtonItem::Action::ToggleEditMode,
                              .look = BarButtonItem::Look::Plain,
                              .tintColor = std::nullopt};
     }
     if (SZADeleteTypeForNodePath(path) != SZADeleteTypeNone) {
-        return BarButtonItem{.title = QStringLiteral("Delete"),
+        return BarButtonItem{.title = tr("Delete"),
                              .action = BarButtonItem::Action::DeleteCurrentNode,
                              .look = BarButtonItem::Look::Plain,
                              .tintColor = kDeleteTint};
@@ -179,6 +188,10 @@ void SZAViewController::setCurrentPath(std::optional<std::vector<SZANode *>> pat
 void SZAViewController::setNavigationController(SZANavigationController *navigationController)
 {
     m_navigationController = navigationController;
+    if (navigationController != nullptr && !isDeleting()) {
+        m_gate = navigationController->interactionGate();
+        m_tableView.setInteractionGate(m_gate);
+    }
 }
 
 void SZAViewController::updateDataWithNode(SZANode &node)

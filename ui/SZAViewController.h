@@ -8,7 +8,8 @@
 // the real one is the scan's.
 //
 // Made, then loadViewIfNeeded(), then viewDidAppear() each time it has come to the front. A screen that goes
-// away while it scans stops the scan and waits for it.
+// away while it scans stops the scan and waits for it; while it deletes, it waits, and nobody learns of the
+// result.
 #pragma once
 
 #include "chart/QVPieChart.h"
@@ -17,13 +18,18 @@
 #include "platform/SystemVersion.h"
 #include "scan/SZANode.h"
 #include "scan/ScanEngine.h"
+#include "ui/DeletionRun.h"
+#include "ui/DeletionService.h"
 #include "ui/DocumentPresenter.h"
+#include "ui/InteractionGate.h"
 #include "ui/NodeTable.h"
 #include "ui/RootScan.h"
 #include "ui/SZANavItem.h"
 #include "ui/SliceColor.h"
 #include "ui/SystemServices.h"
 #include "ui/Timers.h"
+#include "ui/UIActionSheet.h"
+#include "ui/UIAlertView.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -52,8 +58,9 @@ struct BrowserServices {
     IdleTimer *idleTimer = nullptr;             ///< null: the system never sleeps by itself
     BackgroundTasks *backgroundTasks = nullptr; ///< null: the system needs no asking
     UserInterfaceIdiom idiom = UserInterfaceIdiom::Phone;
-    SystemVersion systemVersion = {}; ///< of the system that we run on
-    ScanOptions scan = {};            ///< its monitor is left aside
+    SystemVersion systemVersion = {};    ///< of the system that we run on
+    ScanOptions scan = {};               ///< its monitor is left aside
+    DeletionService *deletion = nullptr; ///< null: read-only, deletion is not even offered
 };
 
 class SZAViewController : public QObject,
@@ -70,6 +77,9 @@ class SZAViewController : public QObject,
     Q_PROPERTY(QString scanHUD READ scanHUDText NOTIFY scanHUDChanged)
     Q_PROPERTY(bool chartUserInteractionEnabled READ isChartUserInteractionEnabled NOTIFY
                    chartUserInteractionEnabledChanged)
+    Q_PROPERTY(QString deletionHUD READ deletionHUDText NOTIFY deletionHUDChanged)
+    Q_PROPERTY(slicewise::UIActionSheet *actionSheet READ actionSheet CONSTANT)
+    Q_PROPERTY(slicewise::UIAlertView *alertView READ alertView CONSTANT)
 
 public:
     static constexpr const char *kStoryboardIdentifier = "SZAViewController";
@@ -120,9 +130,23 @@ public:
     [[nodiscard]] QString scanHUDText() const { return m_scanHUD.value_or(QString()); }
     [[nodiscard]] SZANavItem *navigationItem() { return &m_navigationItem; }
     [[nodiscard]] SZANavigationController *navigationController() const { return m_navigationController; }
-    /// Set by the stack that the screen is in; outlives its screens.
+    /// Set by the stack that the screen is in; outlives its screens. From then on its gate is the screen's.
     void setNavigationController(SZANavigationController *navigationController);
     [[nodiscard]] bool isChartUserInteractionEnabled() const { return m_chartUserInteractionEnabled; }
+    /// The node path that waits for the user's answer; absent: none does.
+    [[nodiscard]] const std::optional<std::vector<SZANode *>> &deletePath() const { return m_deletePath; }
+    void setDeletePath(std::optional<std::vector<SZANode *>> path);
+    /// The row that waits for the answer; absent also where the screen's own node does.
+    [[nodiscard]] const std::optional<IndexPath> &deleteIndexPath() const { return m_deleteIndexPath; }
+    void setDeleteIndexPath(std::optional<IndexPath> indexPath);
+    /// The text of the overlay over the whole screen; absent: none is shown.
+    [[nodiscard]] const std::optional<QString> &deletionHUD() const { return m_deletionHUD; }
+    [[nodiscard]] QString deletionHUDText() const { return m_deletionHUD.value_or(QString()); }
+    [[nodiscard]] UIActionSheet *actionSheet() { return &m_actionSheet; }
+    [[nodiscard]] UIAlertView *alertView() { return &m_alertView; }
+    /// Whether the sheet or the alert is shown: nothing else can be touched then.
+    [[nodiscard]] bool isAsking() const { return m_actionSheet.isVisible() || m_alertView.isVisible(); }
+    [[nodiscard]] bool isDeleting() const { return m_deletion.has_value(); }
 
     /// What the scan's progress does each two seconds.
     void updateCurrentSize();
@@ -130,12 +154,38 @@ public:
     void updateDataWithNode(SZANode &node);
     /// With the node that is shown.
     void updateData();
+    /// Nothing here can be given back.
+    virtual void didReceiveMemoryWarning() {}
+
+    /// A tap on the button at the right of the bar.
+    Q_INVOKABLE void rightBarButtonTapped();
+    /// "Edit" and "Done". Nobody can go back in edit mode.
+    void toggleEditMode();
+    /// Deletes the node that is shown.
+    void deleteCurrentNode();
+    /// Returns at once; the rest goes on in the background, and nobody can touch anything until it is done.
+    /// Applications and packages are asked for first, where that is wanted. What was deleted leaves the tree
+    /// and all screens; the screen of a node that was deleted is popped. Where anything fails, an alert says
+    /// so, and neither tree nor screens change.
+    /// The row is the node's on this screen; absent: the node is the screen's own. Nothing happens where
+    /// nothing may be deleted, while a deletion is under way, and without a path. A path that the deletion
+    /// policy has no strategy for ends the process.
+    void deleteNodeAtPathInIndexWithConfirmation(const std::vector<SZANode *> &path,
+                                                 const std::optional<IndexPath> &indexPath,
+                                                 Confirmation confirmation);
+    /// The answer to the action sheet.
+    Q_INVOKABLE void actionSheetClickedButtonAtIndex(int buttonIndex);
 
     [[nodiscard]] int tableViewNumberOfRowsInSection(int section) override;
     [[nodiscard]] SZATableViewCell tableViewCellForRowAtIndexPath(const IndexPath &indexPath) override;
     [[nodiscard]] std::optional<IndexPath> tableViewWillSelectRowAtIndexPath(
         const IndexPath &indexPath) override;
     void tableViewDidSelectRowAtIndexPath(const IndexPath &indexPath) override;
+    /// In edit mode, of what the deletion policy allows to delete.
+    [[nodiscard]] bool tableViewCanEditRowAtIndexPath(const IndexPath &indexPath) override;
+    /// Deletes the row's node, whatever the style.
+    void tableViewCommitEditingStyleForRowAtIndexPath(EditingStyle style,
+                                                      const IndexPath &indexPath) override;
 
     [[nodiscard]] unsigned numberOfSlicesInPieChart(QVPieChart &chart) override;
     [[nodiscard]] double pieChartValueForSliceAtIndex(QVPieChart &chart, unsigned index) override;
@@ -158,6 +208,8 @@ Q_SIGNALS:
     void doneScanChanged();
     void scanHUDChanged();
     void chartUserInteractionEnabledChanged();
+    void deletionHUDChanged();
+    void deletingChanged();
     // What is to be shown of a file that was picked: its path on the device as bytes, and the name of its
     // row.
     void previewRequested(const QByteArray &filename, const QString &name);
@@ -184,6 +236,23 @@ private:
     void documentClosed();
     void setUserInteractionEnabled(bool enabled);
 
+    [[nodiscard]] std::vector<SZANode *> pathOfRow(int row) const;
+    void deletionJobEnded();
+    void askBeforeDeletion(const std::vector<SZANode *> &path, const std::optional<IndexPath> &indexPath);
+    void showDeletionResult(const DeletionOutcome &outcome, const std::vector<SZANode *> &path,
+                            const std::optional<IndexPath> &indexPath);
+    void removeFromScreens(const std::vector<SZANode *> &path, const std::optional<IndexPath> &indexPath);
+    void removeRow(const IndexPath &indexPath);
+    void letInteractionGoOn();
+    void setDeletionHUD(std::optional<QString> text);
+
+    /// A deletion that is under way.
+    struct RunningDeletion {
+        std::vector<SZANode *> path;
+        std::optional<IndexPath> indexPath;
+        std::unique_ptr<DeletionRun> run;
+    };
+
     BrowserServices m_services;
     NodeTable m_tableView;
     QPointer<QVPieChart> m_chart;
@@ -203,6 +272,13 @@ private:
     bool m_chartUserInteractionEnabled = true;
     bool m_isViewLoaded = false;
     std::unique_ptr<RootScan> m_scan;
+    std::shared_ptr<InteractionGate> m_gate;
+    std::optional<std::vector<SZANode *>> m_deletePath;
+    std::optional<IndexPath> m_deleteIndexPath;
+    std::optional<QString> m_deletionHUD;
+    UIActionSheet m_actionSheet;
+    UIAlertView m_alertView;
+    std::optional<RunningDeletion> m_deletion;
 };
 
 } // namespace slicewise

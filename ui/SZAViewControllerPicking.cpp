@@ -107,7 +107,8 @@ bool SZAViewController::pieChartWillSelectSliceAtIndex(QVPieChart & /*chart*/, u
         return false;
     }
     // Assistive programs press slices also where no finger can.
-    if (m_tableView.isEditing() || !m_chartUserInteractionEnabled || index >= count) {
+    if (m_tableView.isEditing() || !m_chartUserInteractionEnabled || index >= count ||
+        m_gate->isIgnoringInteractionEvents()) {
         return false;
     }
     const IndexPath path{.section = 0, .row = static_cast<int>(index)};

@@ -80,4 +80,12 @@ bool UINavigationItem::rightButtonIsSpinner() const
     return m_rightBarButtonItem && m_rightBarButtonItem->look == BarButtonItem::Look::ActivityIndicator;
 }
 
+void UINavigationItem::setHidesBackButton(bool hides)
+{
+    if (m_hidesBackButton != hides) {
+        m_hidesBackButton = hides;
+        Q_EMIT hidesBackButtonChanged();
+    }
+}
+
 } // namespace slicewise

@@ -101,6 +101,7 @@ class UINavigationItem : public QObject {
     Q_PROPERTY(QString rightButtonTitle READ rightButtonTitle NOTIFY rightBarButtonItemChanged)
     Q_PROPERTY(QColor rightButtonTint READ rightButtonTint NOTIFY rightBarButtonItemChanged)
     Q_PROPERTY(bool rightButtonIsSpinner READ rightButtonIsSpinner NOTIFY rightBarButtonItemChanged)
+    Q_PROPERTY(bool hidesBackButton READ hidesBackButton NOTIFY hidesBackButtonChanged)
 
 public:
     UINavigationItem() = default;
@@ -123,15 +124,21 @@ public:
     [[nodiscard]] QColor rightButtonTint() const; ///< invalid: the bar's own
     [[nodiscard]] bool rightButtonIsSpinner() const;
 
+    /// Whether the way back is closed while this is shown.
+    [[nodiscard]] bool hidesBackButton() const { return m_hidesBackButton; }
+    void setHidesBackButton(bool hides);
+
 Q_SIGNALS:
     void titleChanged();
     void titleViewChanged();
     void rightBarButtonItemChanged();
+    void hidesBackButtonChanged();
 
 private:
     QString m_title;
     std::unique_ptr<TitleLabel> m_titleView;
     std::optional<BarButtonItem> m_rightBarButtonItem;
+    bool m_hidesBackButton = false;
 };
 
 } // namespace slicewise

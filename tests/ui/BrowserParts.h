@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tests/support/MemoryDevice.h"
+#include "tests/ui/StandInDeletion.h"
 #include "ui/SZANavigationController.h"
 #include "ui/SZAViewController.h"
 
@@ -155,7 +156,8 @@ struct System {
                 .backgroundTasks = &backgroundTasks,
                 .idiom = idiom,
                 .systemVersion = {},
-                .scan = scan};
+                .scan = scan,
+                .deletion = deletion};
     }
 
     Notes notes;
@@ -167,6 +169,8 @@ struct System {
     NotingPresenter presenter;
     UserInterfaceIdiom idiom = UserInterfaceIdiom::Phone;
     ScanOptions scan;
+    StandInDeletion standIn;
+    DeletionService *deletion = &standIn; ///< null: read-only
 };
 
 /// A tree as a scan leaves it, of files with these category paths and sizes.
@@ -261,6 +265,14 @@ inline std::string subtitleOf(SZAViewController &screen)
 {
     TitleLabel *const label = screen.navigationItem()->titleView();
     return label != nullptr ? label->subtitleLine().toStdString() : "(none)";
+}
+
+/// Lets the event loop work until nothing is being deleted any more, and what came of it is shown.
+inline void waitForDeletion(const SZAViewController &screen)
+{
+    while (screen.isDeleting()) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
 }
 
 /// Lets the event loop work, waiting for what other threads send, until the scan has been completed.

@@ -103,6 +103,62 @@ TEST_F(NavigationTest, theBackButtonWaitsForTheBar)
     EXPECT_EQ(stack.count(), 1) << "the program itself may";
 }
 
+TEST_F(NavigationTest, theBackButtonWaitsForTheApplication)
+{
+    push({});
+    push({"Others"});
+    QSignalSpy changed(&stack, &SZANavigationController::ignoringInteractionEventsChanged);
+    EXPECT_FALSE(stack.isIgnoringInteractionEvents());
+    stack.interactionGate()->beginIgnoringInteractionEvents();
+    EXPECT_TRUE(stack.isIgnoringInteractionEvents());
+    stack.goBack();
+    EXPECT_EQ(stack.count(), 2);
+    stack.interactionGate()->endIgnoringInteractionEvents();
+    EXPECT_EQ(changed.count(), 2);
+    stack.goBack();
+    EXPECT_EQ(stack.count(), 1);
+}
+
+TEST_F(NavigationTest, thereIsNoWayBackWithoutTheBackButtonOrPastAQuestion)
+{
+    push({});
+    SZAViewController *const second = push({"Others"});
+    QSignalSpy hidden(second->navigationItem(), &UINavigationItem::hidesBackButtonChanged);
+    second->navigationItem()->setHidesBackButton(true);
+    second->navigationItem()->setHidesBackButton(true);
+    EXPECT_EQ(hidden.count(), 1);
+    stack.goBack();
+    EXPECT_EQ(stack.count(), 2);
+    second->navigationItem()->setHidesBackButton(false);
+    second->actionSheet()->showInView({});
+    stack.goBack();
+    EXPECT_EQ(stack.count(), 2);
+    second->actionSheet()->dismiss();
+    second->alertView()->show({});
+    stack.goBack();
+    EXPECT_EQ(stack.count(), 2);
+    second->alertView()->dismiss();
+    stack.goBack();
+    EXPECT_EQ(stack.count(), 1);
+}
+
+TEST(InteractionGateTest, countsBeginsAndEnds)
+{
+    InteractionGate gate;
+    QSignalSpy changed(&gate, &InteractionGate::ignoringInteractionEventsChanged);
+    gate.endIgnoringInteractionEvents();
+    EXPECT_FALSE(gate.isIgnoringInteractionEvents());
+    gate.beginIgnoringInteractionEvents();
+    gate.beginIgnoringInteractionEvents();
+    EXPECT_TRUE(gate.isIgnoringInteractionEvents());
+    EXPECT_EQ(changed.count(), 1);
+    gate.endIgnoringInteractionEvents();
+    EXPECT_TRUE(gate.isIgnoringInteractionEvents()) << "one is still under way";
+    gate.endIgnoringInteractionEvents();
+    EXPECT_FALSE(gate.isIgnoringInteractionEvents());
+    EXPECT_EQ(changed.count(), 2);
+}
+
 TEST_F(NavigationTest, goesAwayWithItsScreens)
 {
     QPointer<SZAViewController> first;

@@ -82,6 +82,7 @@ TEST_F(NodeTableTest, givesEachRoleOfARow)
     EXPECT_EQ(table.roleNames().value(NodeTable::SizeTextRole), "sizeText");
     EXPECT_EQ(table.roleNames().value(NodeTable::NodeColorRole), "nodeColor");
     EXPECT_EQ(table.roleNames().value(NodeTable::SelectableRole), "selectable");
+    EXPECT_EQ(table.roleNames().value(NodeTable::EditableRole), "editable");
 }
 
 TEST_F(NodeTableTest, makesOneCellForAllRolesOfARow)
@@ -172,7 +173,8 @@ TEST_F(NodeTableTest, inEditModeNoRowCanBeTapped)
     table.setEditing(true);
     table.setEditing(true);
     ASSERT_EQ(changed.count(), 1);
-    EXPECT_EQ(changed[0][2].value<QList<int>>(), QList<int>{NodeTable::SelectableRole});
+    EXPECT_EQ(changed[0][2].value<QList<int>>(),
+              (QList<int>{NodeTable::SelectableRole, NodeTable::EditableRole}));
     EXPECT_EQ(table.data(table.index(0), NodeTable::SelectableRole), false);
     table.setEditing(false);
     EXPECT_EQ(table.data(table.index(0), NodeTable::SelectableRole), true);
