@@ -149,6 +149,9 @@ public:
     /// The slice has moved out: shows the node that was picked.
     void animationEnded(SZANode &node);
 
+    /// The bar's button at the right.
+    Q_INVOKABLE void rightBarButtonTapped();
+
     [[nodiscard]] SZAViewController *documentInteractionControllerViewControllerForPreview() { return this; }
     Q_INVOKABLE void documentInteractionControllerDidEndPreview();
     Q_INVOKABLE void documentInteractionControllerDidDismissOpenInMenu();
@@ -158,6 +161,7 @@ Q_SIGNALS:
     void doneScanChanged();
     void scanHUDChanged();
     void chartUserInteractionEnabledChanged();
+    void rightBarButtonPressed();
     // What is to be shown of a file that was picked: its path on the device as bytes, and the name of its
     // row.
     void previewRequested(const QByteArray &filename, const QString &name);

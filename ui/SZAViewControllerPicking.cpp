@@ -127,6 +127,11 @@ void SZAViewController::viewDidAppear()
     m_lastPath.reset();
 }
 
+void SZAViewController::rightBarButtonTapped()
+{
+    Q_EMIT rightBarButtonPressed();
+}
+
 void SZAViewController::documentInteractionControllerDidEndPreview()
 {
     documentClosed();
