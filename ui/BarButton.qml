@@ -14,7 +14,7 @@ Item {
     property bool mirrored: false
     property real textWidth: label.implicitWidth
     readonly property real padding: Theme.spacing
-    readonly property real arrowRoom: arrow ? chevron.width + (text.length > 0 ? 6 : 0) : 0
+    readonly property real arrowRoom: arrow ? chevron.width + 6 : 0
 
     signal tapped
 

@@ -1,7 +1,7 @@
 #include "tests/ui_screens/ScreenWindow.h"
 
 #include <QDeadlineTimer>
-#include <QQmlContext>
+#include <QQmlComponent>
 #include <QQmlError>
 #include <QTest>
 
@@ -73,14 +73,17 @@ ScreenWindow::ScreenWindow(SZANavigationController &stack, const Look &look)
             m_warnings.push_back(error.toString());
         }
     });
-    auto *const theme = engine.singletonInstance<QObject *>(
-        qmlTypeId("Slicewise.Ui", 1, 0, "Theme"));
+    // Whatever the fonts of the machine are.
+    QQmlComponent setUp(&engine);
+    setUp.setData("import QtQml\nimport Slicewise.Ui\n"
+                  "QtObject { Component.onCompleted: Theme.textScale = 1; property bool dark: false; "
+                  "onDarkChanged: Theme.dark = dark }",
+                  QUrl());
+    const std::unique_ptr<QObject> theme(setUp.create());
     if (theme == nullptr) {
-        throw std::logic_error("no theme");
+        throw std::logic_error(setUp.errorString().toStdString());
     }
     theme->setProperty("dark", look.dark);
-    // Whatever the fonts of the machine are.
-    theme->setProperty("textScale", 1.0);
 
     m_view.setResizeMode(QQuickView::SizeRootObjectToView);
     m_view.resize(look.size);
