@@ -16,6 +16,8 @@ FocusScope {
     signal openInMenuRequested(SZAViewController screen, var filename, string name)
     signal optionsMenuRequested(SZAViewController screen, var filename, string name)
 
+    focus: true
+
     Rectangle {
         anchors.fill: parent
         color: Theme.groundColor

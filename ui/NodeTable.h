@@ -61,7 +61,8 @@ public:
         NodeColorRole,           ///< "nodeColor": QColor
         SelectableRole,          ///< "selectable": bool, whether a tap would do something
     };
-    enum class ScrollPosition : unsigned char { None = 0, Top = 1, Middle = 2, Bottom = 3 };
+    // A whole int: scripts read that much of it.
+    enum class ScrollPosition : int { None = 0, Top = 1, Middle = 2, Bottom = 3 };
     Q_ENUM(ScrollPosition)
 
     NodeTable() = default;

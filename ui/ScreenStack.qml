@@ -7,7 +7,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import Slicewise.Ui
 
-Item {
+FocusScope {
     id: stack
 
     required property SZANavigationController navigation

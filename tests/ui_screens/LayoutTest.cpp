@@ -158,7 +158,7 @@ TEST(Layout, aHundredThousandRowsMakeNoMoreItemsThanCanBeSeen)
 TEST(Layout, namesAreShownAsTheyAreWhateverTheyLookLike)
 {
     const std::vector<std::pair<std::string, std::string>> names = {
-        {"<b>bold</b> <img src='file:///x'>", "<b>bold</b> <img src='file:///x'>"},
+        {"<b>bold <img src='x'>", "<b>bold <img src='x'>"},
         {"&amp; *stars* [link](x)", "&amp; *stars* [link](x)"},
         {"two\nlines", "two\\x0Alines"},
         {"broken\xff", "broken\xef\xbf\xbd"},

@@ -101,7 +101,7 @@ TEST(Picking, aFileIsAskedForWithItsPathAndStaysLitUntilItIsClosed)
     BrowsedTree browsed({{"Others/list.txt", 100}, {"Others/more/leaf", 50}}, {"Others"});
     const std::string path = browsed.top().currentNodes().at(0)->filename().value_or("");
     ScreenWindow window(browsed.stack, {});
-    QSignalSpy asked(&window.browser(), SIGNAL(previewRequested(SZAViewController *, QVariant, QString)));
+    QSignalSpy asked(&window.browser(), SIGNAL(previewRequested(slicewise::SZAViewController *, QVariant, QString)));
     ASSERT_TRUE(asked.isValid());
     ASSERT_TRUE(window.comesToRest());
 
@@ -121,9 +121,9 @@ TEST(Picking, aFileThatCannotBePreviewedIsAskedForAsAMenu)
 {
     for (const auto &[can, signal] :
          {std::pair(DocumentPresentation::OpenInMenu,
-                    SIGNAL(openInMenuRequested(SZAViewController *, QVariant, QString))),
+                    SIGNAL(openInMenuRequested(slicewise::SZAViewController *, QVariant, QString))),
           std::pair(DocumentPresentation::OptionsMenu,
-                    SIGNAL(optionsMenuRequested(SZAViewController *, QVariant, QString)))}) {
+                    SIGNAL(optionsMenuRequested(slicewise::SZAViewController *, QVariant, QString)))}) {
         BrowsedTree browsed({{"Others/list.bin", 100}}, {"Others"});
         browsed.system.presenter.can = {can};
         ScreenWindow window(browsed.stack, {});

@@ -74,15 +74,15 @@ TEST(ScanningScreen, saysNothingOfEmptinessBeforeTheScanIsDone)
 TEST(ScanningScreen, keepsItsPlaceInTheTableFromTickToTick)
 {
     HeldScan scan;
-    ScreenWindow window(scan.stack, {.size = {320, 300}});
+    ScreenWindow window(scan.stack, {.size = {240, 320}});
     scan.tick();
     ASSERT_TRUE(comesTrue([&] { return window.list().property("contentHeight").toDouble() > 150; }));
     ASSERT_TRUE(window.comesToRest());
-    window.list().setProperty("contentY", 20.0);
+    window.list().setProperty("contentY", 8.0);
     scan.screen().updateCurrentSize();
     EXPECT_TRUE(comesTrue([&] {
         return window.row(0) != nullptr &&
-               window.row(0)->mapToItem(&window.list(), QPointF()).y() == -20;
+               window.row(0)->mapToItem(&window.list(), QPointF()).y() == -8;
     }));
 }
 

@@ -1,6 +1,6 @@
 // Writes pictures of all kinds of screens at all sizes, for the eye: draw-screens FOLDER [part of a name].
 
-#include "tests/ui_screens/ScreenWindow.h"
+#include "tests/ui_screens/BrowsedTree.h"
 
 #include <QDir>
 #include <QGuiApplication>
@@ -18,9 +18,9 @@ namespace {
 
 struct Case {
     const char *name;
-    std::function<std::unique_ptr<HandMadeTree>()> tree;
+    HandMadeTree::Files files;
     std::vector<std::string> path;
-    bool withParents = true;
+    std::function<void(SZANode &root)> prepare;
 };
 
 HandMadeTree::Files overviewFiles()
@@ -41,7 +41,7 @@ HandMadeTree::Files longNames()
     return {{"Others/" + std::string(300, 'w') + ".log/a", 9000},
             {"Others/" + hebrew + "/b", 8000},
             {"Others/🌊🎈📦 holidays 👩‍👩‍👧/c", 7000},
-            {"Others/<b>bold</b> & <img src='x'>/d", 6000},
+            {"Others/<b>bold<br> & <img src='x'>/d", 6000},
             {"Others/two\nlines\tand a tab/e", 5000},
             {"Others/broken \xff\xfe bytes/f", 4000},
             {"Others/x/g", 3000},
@@ -50,37 +50,21 @@ HandMadeTree::Files longNames()
 
 std::vector<Case> cases()
 {
-    const auto tree = [](const HandMadeTree::Files &files) {
-        return [files] { return std::make_unique<HandMadeTree>(files); };
+    const std::string longName(60, 'w');
+    const auto empty = [](SZANode &root) {
+        SZANode *const others = root.childNamed("Others");
+        others->removeNodeAffectedNodes(*others->childNamed("a"), {});
     };
-    return {{"overview", tree(overviewFiles()), {}},
-            {"child", tree(overviewFiles()), {"Applications"}},
-            {"empty",
-             [] {
-                 auto made = std::make_unique<HandMadeTree>(HandMadeTree::Files{{"Others/a/b", 0}});
-                 SZANode *const others = made->root->childNamed("Others");
-                 others->removeNodeAffectedNodes(*others->childNamed("a"), {});
-                 return made;
-             },
-             {"Others"}},
-            {"one", tree({{"Others/only child/a", 123456}}), {"Others"}},
-            {"many", tree(manyChildren(5000)), {"Others"}},
-            {"long", tree(longNames()), {"Others"}},
-            {"longtitle", tree({{"Others/" + std::string(60, 'w') + "/inner/a", 5}, {"Others/" + std::string(60, 'w') + "/other/a", 3}}),
-             {"Others", std::string(60, 'w')}}};
-}
-
-/// The screens of a path, one on the other.
-void pushAll(SZANavigationController &stack, const HandMadeTree &tree, const std::vector<std::string> &path,
-             System &system)
-{
-    for (std::size_t length = 0; length <= path.size(); ++length) {
-        auto made = SZAViewController::controller(system.services(tree.device));
-        made->setRoot(tree.root);
-        made->setDoneScan(true);
-        made->setCurrentPath(tree.path({path.begin(), path.begin() + static_cast<std::ptrdiff_t>(length)}));
-        stack.pushViewController(std::move(made));
-    }
+    return {{"overview", overviewFiles(), {}, {}},
+            {"child", overviewFiles(), {"Applications"}, {}},
+            {"empty", {{"Others/a/b", 0}}, {"Others"}, empty},
+            {"one", {{"Others/only child/a", 123456}}, {"Others"}, {}},
+            {"many", manyChildren(5000), {"Others"}, {}},
+            {"long", longNames(), {"Others"}, {}},
+            {"longtitle",
+             {{"Others/" + longName + "/inner/a", 5}, {"Others/" + longName + "/other/a", 3}},
+             {"Others", longName},
+             {}}};
 }
 
 struct Size {
@@ -89,30 +73,107 @@ struct Size {
     bool pad;
 };
 
-void draw(const Case &each, const QString &folder)
+void save(ScreenWindow &window, const QString &folder, const char *name, const Size &size, bool dark)
 {
-    for (const Size size : {Size{390, 844, false}, Size{844, 390, false}, Size{320, 480, false}, Size{820, 1180, true},
-                            Size{1180, 820, true}, Size{1600, 1000, true}}) {
+    if (!window.comesToRest()) {
+        qFatal("%s does not come to rest", name);
+    }
+    const QString file = QStringLiteral("%1/%2-%3x%4-%5.png")
+                             .arg(folder, QString::fromUtf8(name))
+                             .arg(size.width)
+                             .arg(size.height)
+                             .arg(dark ? QStringLiteral("dark") : QStringLiteral("light"));
+    if (!window.view().grabWindow().save(file)) {
+        qFatal("%s cannot be written", qPrintable(file));
+    }
+}
+
+void atEachSize(const std::function<void(const Size &, bool dark)> &drawn)
+{
+    for (const Size size : {Size{390, 844, false}, Size{844, 390, false}, Size{320, 480, false},
+                            Size{820, 1180, true}, Size{1180, 820, true}, Size{1600, 1000, true}}) {
         for (const bool dark : {false, true}) {
-            System system;
-            system.idiom = size.pad ? UserInterfaceIdiom::Pad : UserInterfaceIdiom::Phone;
-            const auto tree = each.tree();
-            SZANavigationController stack;
-            pushAll(stack, *tree, each.path, system);
-            ScreenWindow window(stack, {.size = {size.width, size.height}, .pad = size.pad, .dark = dark});
-            if (!window.comesToRest()) {
-                qFatal("%s does not come to rest", each.name);
-            }
-            const QString file = QStringLiteral("%1/%2-%3x%4-%5.png")
-                                     .arg(folder, QString::fromUtf8(each.name))
-                                     .arg(size.width)
-                                     .arg(size.height)
-                                     .arg(dark ? QStringLiteral("dark") : QStringLiteral("light"));
-            if (!window.view().grabWindow().save(file)) {
-                qFatal("%s cannot be written", qPrintable(file));
-            }
+            drawn(size, dark);
         }
     }
+}
+
+UserInterfaceIdiom idiomOf(const Size &size)
+{
+    return size.pad ? UserInterfaceIdiom::Pad : UserInterfaceIdiom::Phone;
+}
+
+void draw(const Case &each, const QString &folder)
+{
+    atEachSize([&](const Size &size, bool dark) {
+        BrowsedTree browsed(each.files, {}, idiomOf(size));
+        if (each.prepare) {
+            each.prepare(*browsed.tree.root);
+        }
+        for (std::size_t length = 1; length <= each.path.size(); ++length) {
+            browsed.push({each.path.begin(), each.path.begin() + static_cast<std::ptrdiff_t>(length)});
+        }
+        ScreenWindow window(browsed.stack,
+                            {.size = {size.width, size.height}, .pad = size.pad, .dark = dark});
+        save(window, folder, each.name, size, dark);
+    });
+}
+
+void drawScan(bool found, const QString &folder)
+{
+    atEachSize([&](const Size &size, bool dark) {
+        HeldScan scan(idiomOf(size));
+        ScreenWindow window(scan.stack, {.size = {size.width, size.height}, .pad = size.pad, .dark = dark});
+        if (found) {
+            scan.tick();
+        }
+        const QQuickItem &overlay = *ScreenWindow::itemsOfType(*window.topPage(), "ProgressHUD").at(0);
+        if (!comesTrue([&] { return overlay.opacity() == (found ? 0 : 1); })) {
+            qFatal("The overlay does not come or go");
+        }
+        save(window, folder, found ? "spinner" : "overlay", size, dark);
+    });
+}
+
+/// A row that the keyboard has reached, and one that a finger has.
+void drawTouched(const QString &folder)
+{
+    atEachSize([&](const Size &size, bool dark) {
+        BrowsedTree browsed(overviewFiles(), {"Applications"}, idiomOf(size));
+        ScreenWindow window(browsed.stack,
+                            {.size = {size.width, size.height}, .pad = size.pad, .dark = dark});
+        if (!window.comesToRest()) {
+            qFatal("It does not come to rest");
+        }
+        window.browser().setProperty("deletionOffered", true);
+        window.key(Qt::Key_Down);
+        browsed.top().tableView()->selectRowAtIndexPath({.section = 0, .row = 1},
+                                                        NodeTable::ScrollPosition::None);
+        window.chart().setSliceSelectedAtIndex(1);
+        save(window, folder, "touched", size, dark);
+    });
+}
+
+/// In the middle of a swipe.
+void drawSwipe(const QString &folder)
+{
+    atEachSize([&](const Size &size, bool dark) {
+        BrowsedTree browsed(overviewFiles(), {"Applications"}, idiomOf(size));
+        ScreenWindow window(browsed.stack,
+                            {.size = {size.width, size.height}, .pad = size.pad, .dark = dark});
+        if (!window.comesToRest()) {
+            qFatal("It does not come to rest");
+        }
+        window.drag({4, size.height - 40.0}, {size.width * 0.4, size.height - 40.0});
+        if (!comesTrue([&] { return window.topPage()->x() > size.width * 0.3; }) ||
+            !window.view().grabWindow().save(QStringLiteral("%1/swipe-%2x%3-%4.png")
+                                                 .arg(folder)
+                                                 .arg(size.width)
+                                                 .arg(size.height)
+                                                 .arg(dark ? QStringLiteral("dark") : QStringLiteral("light")))) {
+            qFatal("No swipe");
+        }
+    });
 }
 
 } // namespace
@@ -129,10 +190,26 @@ int main(int argc, char **argv)
     if (arguments.size() < 2 || !QDir().mkpath(arguments.at(1))) {
         qFatal("draw-screens FOLDER [part of a name]");
     }
+    const QString folder = arguments.at(1);
+    const auto wanted = [&](const char *name) {
+        return arguments.size() < 3 || QString::fromUtf8(name).contains(arguments.at(2));
+    };
     for (const auto &each : slicewise::cases()) {
-        if (arguments.size() < 3 || QString::fromUtf8(each.name).contains(arguments.at(2))) {
-            slicewise::draw(each, arguments.at(1));
+        if (wanted(each.name)) {
+            slicewise::draw(each, folder);
         }
+    }
+    if (wanted("overlay")) {
+        slicewise::drawScan(false, folder);
+    }
+    if (wanted("spinner")) {
+        slicewise::drawScan(true, folder);
+    }
+    if (wanted("touched")) {
+        slicewise::drawTouched(folder);
+    }
+    if (wanted("swipe")) {
+        slicewise::drawSwipe(folder);
     }
     return EXIT_SUCCESS;
 }
