@@ -84,7 +84,8 @@ public:
         SelectableRole,          ///< "selectable": bool, whether a tap would do something
         EditableRole,            ///< "editable": bool, whether the row can be deleted now
     };
-    enum class ScrollPosition : unsigned char { None = 0, Top = 1, Middle = 2, Bottom = 3 };
+    // A whole int: scripts read that much of it.
+    enum class ScrollPosition : int { None = 0, Top = 1, Middle = 2, Bottom = 3 };
     Q_ENUM(ScrollPosition)
     /// How rows leave; Automatic leaves it to whoever draws the table.
     enum class RowAnimation : unsigned char { Fade = 0, None = 5, Automatic = 100 };

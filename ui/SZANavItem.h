@@ -10,7 +10,8 @@
 
 namespace slicewise {
 
-class SZANavItem : public UINavigationItem {
+// The base by its full name: the list of QML types would leave it out otherwise.
+class SZANavItem : public slicewise::UINavigationItem {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("A screen has one")

@@ -2,7 +2,10 @@
 
 #include "ui/SZAViewController.h"
 
+#include <QQmlEngine>
+
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 
 namespace slicewise {
@@ -38,11 +41,18 @@ std::vector<SZAViewController *> SZANavigationController::viewControllers() cons
     return all;
 }
 
+SZAViewController *SZANavigationController::viewControllerAt(int index) const
+{
+    return index >= 0 && index < count() ? m_viewControllers[static_cast<std::size_t>(index)].get() : nullptr;
+}
+
 void SZANavigationController::pushViewController(std::unique_ptr<SZAViewController> viewController)
 {
     SZAViewController *const pushed = viewController.get();
     pushed->setNavigationController(this);
     connect(pushed, &SZAViewController::deletingChanged, this, &SZANavigationController::deletingChanged);
+    // Or a script that is handed it takes it for its own.
+    QQmlEngine::setObjectOwnership(pushed, QQmlEngine::CppOwnership);
     m_viewControllers.push_back(std::move(viewController));
     Q_EMIT viewControllersChanged();
     Q_EMIT viewControllerPushed(pushed);

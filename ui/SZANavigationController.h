@@ -44,6 +44,8 @@ public:
     [[nodiscard]] SZAViewController *topViewController() const;
     /// The bottom one first.
     [[nodiscard]] std::vector<SZAViewController *> viewControllers() const;
+    /// From the bottom, 0; null where there is none.
+    [[nodiscard]] Q_INVOKABLE slicewise::SZAViewController *viewControllerAt(int index) const;
 
     /// Its view is loaded by whoever follows viewControllerPushed(), or else right after that.
     void pushViewController(std::unique_ptr<SZAViewController> viewController);

@@ -12,7 +12,9 @@ int main(int argc, char **argv)
     testing::InitGoogleTest(&argc, argv);
 
     // All of it before the application object, which reads it once.
-    qputenv("QT_QPA_PLATFORM", "offscreen");
+    // A display only where it is asked for: a desktop's own variable must not open windows on it.
+    const QByteArray platform = qgetenv("SLICEWISE_TEST_PLATFORM");
+    qputenv("QT_QPA_PLATFORM", platform.isEmpty() ? "offscreen" : platform);
     // A desktop's theme, scale and input method are the developer's own business.
     qputenv("QT_QPA_PLATFORMTHEME", "none");
     qputenv("QT_SCALE_FACTOR", "1");
