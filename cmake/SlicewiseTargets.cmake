@@ -85,7 +85,12 @@ macro(slicewise_set_up_qt_target name)
             # Whose C++ classes ours derive from; qmllint has to know.
             DEPENDENCIES QtQuick
             RESOURCE_PREFIX /qt-project.org/imports
+            OUTPUT_TARGETS qml_objects
             QML_FILES ${ARG_QML_FILES})
+        # The QML files as data and as code, in object libraries that a static library is linked with.
+        foreach(object_library IN LISTS qml_objects)
+            target_compile_options(${object_library} PRIVATE -w)
+        endforeach()
         # Includes the registered headers by their bare names.
         target_include_directories(${name} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}")
     endif()
