@@ -104,7 +104,8 @@ QWindow *Application::makeWindow(SZANavigationController &navigation)
     registerModules();
     m_engine.setImportPathList(
         {QStringLiteral("qrc:/qt-project.org/imports"), QStringLiteral(SLICEWISE_QT_QML)});
-    m_engine.setPluginPathList({});
+    // Each module's own folder.
+    m_engine.setPluginPathList({QStringLiteral(".")});
     const QSize size = m_options.snapshot ? screenSize() : firstWindowSize(screenSize(), m_idiom);
     const QSize least = kLeastWindow.boundedTo(size);
     m_engine.setInitialProperties(

@@ -77,7 +77,7 @@ void addOptions(CLI::App &app, Options &options, Typed &typed)
     app.add_flag("-q,--quiet", options.quiet, "No log");
     app.add_option("--idiom", typed.idiom, "Lay it out for a phone or a pad (default: by the screen's size)")
         ->type_name("phone|pad")
-        ->check(CLI::IsMember({"phone", "pad"}));
+        ->check(CLI::IsMember({"phone", "pad"}).description(""));
     CLI::Option *dark = app.add_flag("--dark", typed.dark, "Light on dark, whatever the system has");
     app.add_flag("--light", typed.light, "Dark on light, whatever the system has")->excludes(dark);
     CLI::Option *snapshot =

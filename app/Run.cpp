@@ -31,11 +31,13 @@ Log *logOfMessages = nullptr; // NOLINT(readability-identifier-naming): not a co
 void handleMessage(QtMsgType type, const QMessageLogContext & /*context*/, const QString &message)
 {
     if (type == QtFatalMsg) {
-        // Qt would leave a dump of the process behind; a display that isn't there is no fault of ours.
-        tell("The window could not be shown: " + message.section(QLatin1Char('\n'), 0, 0).toStdString());
+        // It ends the process by force, and there is one thing only that it does so for: no display answers.
+        tell(kNoDisplay);
         std::_Exit(EXIT_FAILURE);
     }
-    if (type != QtDebugMsg && type != QtInfoMsg) {
+    // About a directory that nothing here uses.
+    const bool isIdle = message.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR not set"));
+    if (type != QtDebugMsg && type != QtInfoMsg && !isIdle) {
         logOfMessages->line(message.toStdString());
     }
 }

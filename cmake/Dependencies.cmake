@@ -39,7 +39,7 @@ pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET GLOBAL sqlite3)
 add_library(slicewise::sqlite3 ALIAS PkgConfig::SQLITE3)
 
 if(SLICEWISE_BUILD_GUI)
-    find_package(Qt6 6.4 REQUIRED COMPONENTS Core DBus Gui LinguistTools Qml Quick QuickControls2)
+    find_package(Qt6 6.4 REQUIRED COMPONENTS Core DBus Gui Qml Quick QuickControls2)
     if(SLICEWISE_BUILD_TESTS)
         find_package(Qt6 6.4 REQUIRED COMPONENTS Test QuickTest)
     endif()
