@@ -1,6 +1,7 @@
 #include "app/Options.h"
 
 #include "SlicewiseVersion.h"
+#include "ui/WholeArguments.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -102,14 +103,24 @@ std::variant<Options, OptionsAnswer> readOptions(int argc, const char *const *ar
     addOptions(app, options, typed);
     const std::string help = app.help();
     try {
-        app.parse(argc, argv);
+        const std::vector<std::string> arguments = keptWhole(argc, argv);
+        std::vector<const char *> texts;
+        texts.reserve(arguments.size());
+        for (const std::string &argument : arguments) {
+            texts.push_back(argument.c_str());
+        }
+        app.parse(argc, texts.data());
     } catch (const CLI::CallForHelp &) {
         return OptionsAnswer{.text = help, .status = 0};
     } catch (const CLI::CallForVersion &) {
         return OptionsAnswer{.text = "slicewise " SLICEWISE_VERSION "\n", .status = 0};
     } catch (const CLI::ParseError &error) {
-        return wrongUsage(error.what());
+        std::string sentence = error.what();
+        asTypedWithin(sentence);
+        return wrongUsage(std::move(sentence));
     }
+    asTyped(options.root);
+    asTyped(typed.snapshot);
     options.scope = typed.oneFileSystem ? FileSystemScope::RootOnly : FileSystemScope::AllLocal;
     if (!typed.idiom.empty()) {
         options.idiom = typed.idiom == "pad" ? UserInterfaceIdiom::Pad : UserInterfaceIdiom::Phone;
