@@ -79,9 +79,9 @@ void Appearance::followDesktop(const BusAddress &session)
 
 void Appearance::readSetting()
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(QString::fromLatin1(kService),
-                                                       QString::fromLatin1(kPath),
-                                                       QString::fromLatin1(kInterface), QStringLiteral("Read"));
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(QString::fromLatin1(kService), QString::fromLatin1(kPath),
+                                       QString::fromLatin1(kInterface), QStringLiteral("Read"));
     call.setArguments({QString::fromLatin1(kGroup), QString::fromLatin1(kKey)});
     callLater(*m_session, call, *this, [this](const QDBusMessage &answer) {
         if (answer.type() == QDBusMessage::ReplyMessage) {

@@ -108,14 +108,13 @@ QWindow *Application::makeWindow(SZANavigationController &navigation)
     m_engine.setPluginPathList({QStringLiteral(".")});
     const QSize size = m_options.snapshot ? screenSize() : firstWindowSize(screenSize(), m_idiom);
     const QSize least = kLeastWindow.boundedTo(size);
-    m_engine.setInitialProperties(
-        {{QStringLiteral("navigation"), QVariant::fromValue(&navigation)},
-         {QStringLiteral("appearance"), QVariant::fromValue(&m_appearance)},
-         {QStringLiteral("pad"), m_idiom == UserInterfaceIdiom::Pad},
-         {QStringLiteral("width"), size.width()},
-         {QStringLiteral("height"), size.height()},
-         {QStringLiteral("minimumWidth"), least.width()},
-         {QStringLiteral("minimumHeight"), least.height()}});
+    m_engine.setInitialProperties({{QStringLiteral("navigation"), QVariant::fromValue(&navigation)},
+                                   {QStringLiteral("appearance"), QVariant::fromValue(&m_appearance)},
+                                   {QStringLiteral("pad"), m_idiom == UserInterfaceIdiom::Pad},
+                                   {QStringLiteral("width"), size.width()},
+                                   {QStringLiteral("height"), size.height()},
+                                   {QStringLiteral("minimumWidth"), least.width()},
+                                   {QStringLiteral("minimumHeight"), least.height()}});
     m_engine.load(QUrl(QStringLiteral("qrc:/qt-project.org/imports/Slicewise/App/Main.qml")));
     return m_engine.rootObjects().isEmpty() ? nullptr
                                             : qobject_cast<QWindow *>(m_engine.rootObjects().first());

@@ -41,9 +41,8 @@ bool isOnSystemBus(std::size_t service)
 QDBusMessage callOf(std::size_t service, const char *method)
 {
     const Service &called = kServices.at(service);
-    return QDBusMessage::createMethodCall(
-        QString::fromLatin1(called.name), QString::fromLatin1(called.path),
-        QString::fromLatin1(called.interface), QString::fromLatin1(method));
+    return QDBusMessage::createMethodCall(QString::fromLatin1(called.name), QString::fromLatin1(called.path),
+                                          QString::fromLatin1(called.interface), QString::fromLatin1(method));
 }
 
 QDBusMessage inhibitCall(std::size_t service)
@@ -100,7 +99,7 @@ void DesktopIdleTimer::ask(std::size_t service)
 
 void DesktopIdleTimer::askOn(const std::optional<QDBusConnection> &bus, std::size_t service)
 {
-    if (!bus) {
+    if (!bus || !m_wanted) {
         ask(service + 1);
         return;
     }

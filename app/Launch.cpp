@@ -8,7 +8,6 @@
 #include <QSGRendererInterface>
 #include <QString>
 #include <QStringList>
-
 #include <fmt/format.h>
 
 #include <cstdio>

@@ -134,8 +134,8 @@ std::variant<Options, OptionsAnswer> readOptions(int argc, const char *const *ar
     if (app.count("--size") > 0) {
         const std::optional<QSize> size = sizeOf(typed.size);
         if (!size) {
-            return wrongUsage(fmt::format("--size takes two numbers from {} to {}, as in 1024x720",
-                                          kLeastSide, kMostSide));
+            return wrongUsage(
+                fmt::format("--size takes two numbers from {} to {}, as in 1024x720", kLeastSide, kMostSide));
         }
         options.snapshotSize = *size;
     }

@@ -51,7 +51,8 @@ void Snapshot::take()
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
     m_window.grabWindow().save(&buffer, "PNG");
-    Q_EMIT taken(m_file.replaceContent(std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size()))));
+    Q_EMIT taken(
+        m_file.replaceContent(std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size()))));
 }
 
 } // namespace slicewise

@@ -47,13 +47,6 @@ const CLI::Option *firstGiven(std::initializer_list<const std::vector<CLI::Optio
     return nullptr;
 }
 
-void asTyped(std::vector<std::string> &arguments)
-{
-    for (std::string &argument : arguments) {
-        asTyped(argument);
-    }
-}
-
 void parse(CLI::App &app, int argc, const char *const *argv)
 {
     const std::vector<std::string> arguments = keptWhole(argc, argv);

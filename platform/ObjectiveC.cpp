@@ -118,7 +118,8 @@ ObjcMethodRecord *ObjectiveC::instanceMethod(const char *className, const char *
     ObjcMethodRecord *(*getMethod)(ObjcId, ObjcSelector *) = nullptr;
     lookUp("class_getInstanceMethod", getMethod);
     const ObjcId named = classNamed(className);
-    return getMethod != nullptr && named != nullptr ? getMethod(named, m_registerName(selectorName)) : nullptr;
+    return getMethod != nullptr && named != nullptr ? getMethod(named, m_registerName(selectorName))
+                                                    : nullptr;
 }
 
 ObjcId ObjectiveC::text(const std::string &utf8) const

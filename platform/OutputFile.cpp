@@ -11,7 +11,8 @@ namespace slicewise {
 
 namespace {
 
-constexpr ::mode_t kForEveryone = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH; // but the umask's
+constexpr ::mode_t kForEveryone =
+    S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH; // but the umask's
 
 bool isRegular(int file)
 {

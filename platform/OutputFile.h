@@ -13,8 +13,8 @@ namespace slicewise {
 
 class OutputFile {
 public:
-    /// Opens the file, or makes an empty one. What is in it stays until replaceContent(). The errno of open(2)
-    /// otherwise.
+    /// Opens the file, or makes an empty one. What is in it stays until replaceContent(). The errno of
+    /// open(2) otherwise.
     [[nodiscard]] static Result<OutputFile> open(const std::string &path);
 
     /// Writes all of it in the place of what was there; 0, or the errno that it ended with.

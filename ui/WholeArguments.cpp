@@ -35,6 +35,13 @@ void asTyped(std::string &argument)
     }
 }
 
+void asTyped(std::vector<std::string> &arguments)
+{
+    for (std::string &argument : arguments) {
+        asTyped(argument);
+    }
+}
+
 void asTypedWithin(std::string &sentence)
 {
     std::erase(sentence, kWhole);

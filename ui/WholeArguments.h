@@ -11,6 +11,7 @@ namespace slicewise {
 [[nodiscard]] std::vector<std::string> keptWhole(int argc, const char *const *argv);
 /// Takes the mark away again, if there is one: of what the parser has given back.
 void asTyped(std::string &argument);
+void asTyped(std::vector<std::string> &arguments);
 /// Of a sentence that has arguments in it.
 void asTypedWithin(std::string &sentence);
 

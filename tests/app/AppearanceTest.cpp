@@ -133,7 +133,8 @@ TEST_F(AppearanceTest, withoutABusIsThatOfThePalette)
     setWindowColor(Qt::white);
     Appearance appearance(AppearanceWish::AsSystem);
     QSignalSpy answered(&appearance, &Appearance::desktopAnswered);
-    appearance.followDesktop({.bus = BusAddress::Bus::Named, .address = QStringLiteral("unix:path=/nowhere")});
+    appearance.followDesktop(
+        {.bus = BusAddress::Bus::Named, .address = QStringLiteral("unix:path=/nowhere")});
     ASSERT_TRUE(answered.wait());
     EXPECT_FALSE(appearance.dark());
 }

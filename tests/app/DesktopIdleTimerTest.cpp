@@ -54,8 +54,8 @@ TEST_F(DesktopIdleTimerTest, holdsTheScreenSaverOffAndLetsItGo)
     timer.setIdleTimerDisabled(false);
     EXPECT_FALSE(timer.isHeldAwake());
     waitForCall(screenSaver, 2);
-    EXPECT_EQ(screenSaver.calls,
-              (QStringList{QStringLiteral("Inhibit(Slicewise, Scanning)"), QStringLiteral("UnInhibit(4711)")}));
+    EXPECT_EQ(screenSaver.calls, (QStringList{QStringLiteral("Inhibit(Slicewise, Scanning)"),
+                                              QStringLiteral("UnInhibit(4711)")}));
     EXPECT_EQ(powerManager.calls, QStringList());
 }
 
@@ -69,8 +69,8 @@ TEST_F(DesktopIdleTimerTest, asksThePowerManagerWhereTheScreenSaverRefuses)
     timer.setIdleTimerDisabled(false);
     waitForCall(powerManager, 2);
     EXPECT_EQ(screenSaver.calls.size(), 1);
-    EXPECT_EQ(powerManager.calls,
-              (QStringList{QStringLiteral("Inhibit(Slicewise, Scanning)"), QStringLiteral("UnInhibit(4711)")}));
+    EXPECT_EQ(powerManager.calls, (QStringList{QStringLiteral("Inhibit(Slicewise, Scanning)"),
+                                               QStringLiteral("UnInhibit(4711)")}));
 }
 
 TEST_F(DesktopIdleTimerTest, holdsTheLoginManagersLockWhereThereIsNoDesktop)
@@ -99,7 +99,8 @@ TEST_F(DesktopIdleTimerTest, takesBackAtOnceWhatIsNotWantedAnyMoreWhenItIsAnswer
 {
     addScreenSaver();
     QSignalSpy settled(&timer, &DesktopIdleTimer::settled);
-    QObject::connect(&screenSaver, &ScreenSaver::called, &timer, [this] { timer.setIdleTimerDisabled(false); });
+    QObject::connect(&screenSaver, &ScreenSaver::called, &timer,
+                     [this] { timer.setIdleTimerDisabled(false); });
     timer.setIdleTimerDisabled(true);
     ASSERT_TRUE(settled.wait());
     EXPECT_FALSE(timer.isHeldAwake());
@@ -129,7 +130,8 @@ TEST_F(DesktopIdleTimerTest, isAskedAgainForTheNextScan)
 
 TEST(DesktopIdleTimerWithoutBus, doesNothing)
 {
-    const BusAddress nowhere = {.bus = BusAddress::Bus::Named, .address = QStringLiteral("unix:path=/nowhere")};
+    const BusAddress nowhere = {.bus = BusAddress::Bus::Named,
+                                .address = QStringLiteral("unix:path=/nowhere")};
     DesktopIdleTimer timer(nowhere, nowhere);
     QSignalSpy settled(&timer, &DesktopIdleTimer::settled);
     timer.setIdleTimerDisabled(true);
@@ -139,7 +141,8 @@ TEST(DesktopIdleTimerWithoutBus, doesNothing)
 
 TEST(DesktopIdleTimerWithoutBus, mayGoWhileItIsAsking)
 {
-    const BusAddress nowhere = {.bus = BusAddress::Bus::Named, .address = QStringLiteral("unix:path=/nowhere")};
+    const BusAddress nowhere = {.bus = BusAddress::Bus::Named,
+                                .address = QStringLiteral("unix:path=/nowhere")};
     auto timer = std::make_unique<DesktopIdleTimer>(nowhere, nowhere);
     QSignalSpy gone(timer.get(), &QObject::destroyed);
     timer->setIdleTimerDisabled(true);

@@ -95,8 +95,9 @@ TEST(Launch, aDisplayIsWhatTheEnvironmentNames)
 
 TEST(Launch, saysWhyThereIsNoSnapshot)
 {
-    EXPECT_EQ(whyNoSnapshot("/nowhere/disk.png", ENOENT),
-              "“/nowhere/disk.png” can't be written (No such file or directory). Give --snapshot another file.");
+    EXPECT_EQ(
+        whyNoSnapshot("/nowhere/disk.png", ENOENT),
+        "“/nowhere/disk.png” can't be written (No such file or directory). Give --snapshot another file.");
     EXPECT_EQ(whyNoSnapshot("a\nb", EACCES),
               "“a\\x0Ab” can't be written (Permission denied). Give --snapshot another file.");
 }

@@ -1,10 +1,10 @@
 #include "tests/app/PrivateBus.h"
 
+#include <QDBusError>
+
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
-
-#include <QDBusError>
 
 #include <stdexcept>
 #include <string>
@@ -13,11 +13,12 @@ namespace slicewise {
 
 namespace {
 
-constexpr const char *kConfiguration = R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN"
+constexpr const char *kConfiguration =
+    R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN"
  "busconfig.dtd">
 <busconfig>
   <type>session</type>
-  <listen>unix:path=BUS</listen>
+  <listen>unix:path=PLACE</listen>
   <auth>EXTERNAL</auth>
   <policy context="default">
     <allow send_destination="*" eavesdrop="true"/>
@@ -32,17 +33,22 @@ constexpr const char *kConfiguration = R"(<!DOCTYPE busconfig PUBLIC "-//freedes
 PrivateBus::PrivateBus()
 {
     std::string configuration = kConfiguration;
-    configuration.replace(configuration.find("BUS"), 3, m_folder.pathOf("bus"));
+    configuration.replace(configuration.find("PLACE"), 5, m_folder.pathOf("bus"));
     m_folder.writeFile("bus.conf", configuration);
     m_daemon.start(QStringLiteral("dbus-daemon"),
                    {QStringLiteral("--nofork"), QStringLiteral("--print-address"),
                     QStringLiteral("--config-file=") + QString::fromStdString(m_folder.pathOf("bus.conf"))});
     // It tells its address when it can be talked to.
     if (!m_daemon.waitForStarted() || !m_daemon.waitForReadyRead()) {
-        throw std::runtime_error("dbus-daemon does not run: " + m_daemon.readAllStandardError().toStdString());
+        throw std::runtime_error("dbus-daemon does not run: " +
+                                 m_daemon.readAllStandardError().toStdString());
     }
     m_name = QString::fromStdString(m_folder.path());
     m_services = QDBusConnection::connectToBus(address().address, m_name);
+    if (!m_services->isConnected()) {
+        throw std::runtime_error("dbus-daemon does not answer: " +
+                                 m_services->lastError().message().toStdString());
+    }
 }
 
 PrivateBus::~PrivateBus()
@@ -101,8 +107,10 @@ QDBusUnixFileDescriptor LoginManager::Inhibit(const QString &what, const QString
 
 QDBusVariant Portal::Read(const QString &group, const QString &key)
 {
-    if (group != QLatin1String("org.freedesktop.appearance") || key != QLatin1String("color-scheme") || !scheme) {
-        sendErrorReply(QStringLiteral("org.freedesktop.portal.Error.NotFound"), QStringLiteral("No such setting"));
+    if (group != QLatin1String("org.freedesktop.appearance") || key != QLatin1String("color-scheme") ||
+        !scheme) {
+        sendErrorReply(QStringLiteral("org.freedesktop.portal.Error.NotFound"),
+                       QStringLiteral("No such setting"));
         return {};
     }
     return QDBusVariant(QVariant::fromValue(QDBusVariant(*scheme)));

@@ -69,7 +69,8 @@ public:
     QStringList calls;
 
 public Q_SLOTS:
-    QDBusUnixFileDescriptor Inhibit(const QString &what, const QString &who, // NOLINT(readability-identifier-naming)
+    QDBusUnixFileDescriptor Inhibit(const QString &what,
+                                    const QString &who, // NOLINT(readability-identifier-naming)
                                     const QString &why, const QString &mode);
 
 private:

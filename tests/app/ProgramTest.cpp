@@ -106,9 +106,10 @@ TEST_F(Program, withoutADisplaySaysWhatToDo)
     const ProgramResult result = runProgram(program({"--root", root().path()}));
     EXPECT_EQ(result.exitStatus, 1);
     EXPECT_EQ(result.standardOutput, "");
-    EXPECT_EQ(result.standardError,
-              "slicewise: There is no display to show a window on. Start it on a desktop, use slicewise-cli on a "
-              "terminal, or add --snapshot FILE.png for a picture.\n");
+    EXPECT_EQ(
+        result.standardError,
+        "slicewise: There is no display to show a window on. Start it on a desktop, use slicewise-cli on a "
+        "terminal, or add --snapshot FILE.png for a picture.\n");
 }
 
 TEST_F(Program, onADisplayThatDoesNotAnswerSaysTheSame)
@@ -175,17 +176,19 @@ TEST_F(Program, saysBeforeTheScanThatASnapshotCantBeWritten)
     const std::string nowhere = folder().pathOf("nowhere/disk.png");
     const ProgramResult result = runProgram(program({"--root", root().path(), "--snapshot", nowhere}));
     EXPECT_EQ(result.exitStatus, 1);
-    EXPECT_EQ(result.standardError, "slicewise: “" + nowhere +
-                                        "” can't be written (No such file or directory). Give --snapshot another "
-                                        "file.\n");
+    EXPECT_EQ(result.standardError,
+              "slicewise: “" + nowhere +
+                  "” can't be written (No such file or directory). Give --snapshot another "
+                  "file.\n");
 }
 
 TEST_F(Program, saysAfterItThatTheDiskIsFull)
 {
     const ProgramResult result = runProgram(program({"--root", root().path(), "--snapshot", "/dev/full"}));
     EXPECT_EQ(result.exitStatus, 1);
-    EXPECT_EQ(result.standardError,
-              "slicewise: “/dev/full” can't be written (No space left on device). Give --snapshot another file.\n");
+    EXPECT_EQ(
+        result.standardError,
+        "slicewise: “/dev/full” can't be written (No space left on device). Give --snapshot another file.\n");
 }
 
 TEST_F(Program, leavesNothingBehindInTheUsersHome)

@@ -98,8 +98,10 @@ TEST_F(SZAAppDelegateTest, forgetsAWindowThatIsGone)
 
 TEST_F(SZAAppDelegateTest, tintsTheBarOfSystemsBeforeSeven)
 {
-    EXPECT_EQ(launch(6.1F).navigationBarTintColor(),
-              (UIColor{.red = 0.501960813999176, .green = 0.5647059082984924, .blue = 0.6901960968971252, .alpha = 1}));
+    EXPECT_EQ(
+        launch(6.1F).navigationBarTintColor(),
+        (UIColor{
+            .red = 0.501960813999176, .green = 0.5647059082984924, .blue = 0.6901960968971252, .alpha = 1}));
 }
 
 TEST_F(SZAAppDelegateTest, leavesTheBarOfNewerSystemsAsItIs)

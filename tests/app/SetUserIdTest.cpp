@@ -1,17 +1,17 @@
 // slicewise as it is installed on a device: set-user-id root, started by somebody else.
+#include "platform/UniqueFd.h"
 #include "tests/support/InChild.h"
 #include "tests/support/RunProgram.h"
 #include "tests/support/SetUserIdCopy.h"
-#include "platform/UniqueFd.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <fcntl.h>
 #include <grp.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <array>
 #include <csignal>
@@ -79,7 +79,8 @@ protected:
         const ::pid_t child = ::fork();
         if (child == 0) {
             ::dup2(pipe.writing.get(), STDERR_FILENO);
-            const bool isOther = ::setgroups(0, nullptr) == 0 && ::setresgid(kOrdinaryUser, kOrdinaryUser, kOrdinaryUser) == 0 &&
+            const bool isOther = ::setgroups(0, nullptr) == 0 &&
+                                 ::setresgid(kOrdinaryUser, kOrdinaryUser, kOrdinaryUser) == 0 &&
                                  ::setresuid(kOrdinaryUser, kOrdinaryUser, kOrdinaryUser) == 0;
             if (isOther) {
                 ::execl(m_program.path().c_str(), "slicewise", "--root", root.c_str(), nullptr);
@@ -107,8 +108,9 @@ TEST_F(AppSetUserId, onItsOwnSystemTheSavedIdAloneStaysRoots)
 TEST_F(AppSetUserId, onAnotherRootNothingOfRootIsLeft)
 {
     const TemporaryDirectory root;
-    EXPECT_EQ(idsBeforeTheWindow(root.path()),
-              (Ids{.real = kOrdinaryUser, .effective = kOrdinaryUser, .saved = kOrdinaryUser, .sleeps = true}));
+    EXPECT_EQ(
+        idsBeforeTheWindow(root.path()),
+        (Ids{.real = kOrdinaryUser, .effective = kOrdinaryUser, .saved = kOrdinaryUser, .sleeps = true}));
 }
 
 TEST_F(AppSetUserId, loadsNothingThatItsCallerNames)
@@ -140,11 +142,10 @@ TEST_F(AppSetUserId, writesNoSnapshotWhereTheUserMayNot)
     const TemporaryDirectory folder;
     folder.makeFile("root/usr/bin/tool", 1000);
     folder.setMode(".", 0755);
-    const ProgramResult result =
-        runProgram({.arguments = {m_program.path(), "--root", folder.pathOf("root"), "--snapshot",
-                                  folder.pathOf("disk.png")},
-                    .user = kOrdinaryUser,
-                    .group = kOrdinaryUser});
+    const ProgramResult result = runProgram({.arguments = {m_program.path(), "--root", folder.pathOf("root"),
+                                                           "--snapshot", folder.pathOf("disk.png")},
+                                             .user = kOrdinaryUser,
+                                             .group = kOrdinaryUser});
     EXPECT_EQ(result.exitStatus, 1);
     EXPECT_THAT(result.standardError, HasSubstr("can't be written (Permission denied)"));
 }

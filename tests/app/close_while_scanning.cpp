@@ -32,8 +32,9 @@ void waitForWindow()
 {
     for (QWindow *window : QGuiApplication::topLevelWindows()) {
         if (auto *quick = qobject_cast<QQuickWindow *>(window)) {
-            QObject::connect(quick, &QQuickWindow::frameSwapped, quick, [quick] { closeWindow(*quick); },
-                             Qt::SingleShotConnection);
+            QObject::connect(
+                quick, &QQuickWindow::frameSwapped, quick, [quick] { closeWindow(*quick); },
+                Qt::SingleShotConnection);
             quick->update();
             return;
         }

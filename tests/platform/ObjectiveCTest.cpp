@@ -133,7 +133,8 @@ TEST(ObjectiveC, addsAClassOnceAndExchangesWhatItsMethodDoes)
         EXPECT_TRUE(runtime.hasInstanceMethod("NSExtensionItem", kMethod));
         EXPECT_FALSE(runtime.hasInstanceMethod("NSExtensionItem", "somethingElse"));
         EXPECT_FALSE(runtime.hasInstanceMethod("NoSuchClass", kMethod));
-        EXPECT_FALSE(runtime.exchangeInstanceMethods("NSExtensionItem", "Ours", kMethod)) << "there is no Ours yet";
+        EXPECT_FALSE(runtime.exchangeInstanceMethods("NSExtensionItem", "Ours", kMethod))
+            << "there is no Ours yet";
 
         EXPECT_TRUE(runtime.addClass("Ours", kMethod, answersItself));
         EXPECT_FALSE(runtime.addClass("Ours", kMethod, answersItself));

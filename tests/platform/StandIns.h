@@ -83,8 +83,8 @@ struct InstallationRecord {
     int othersGiven; ///< how many of the other arguments were not null
 };
 
-/// StandInExtensionItem.m, "extensionItemRecord": NSExtensionItem, NSDictionary. StandInBareExtensionItem.m is
-/// an NSExtensionItem without its method.
+/// StandInExtensionItem.m, "extensionItemRecord": NSExtensionItem, NSDictionary. StandInBareExtensionItem.m
+/// is an NSExtensionItem without its method.
 struct ExtensionItemRecord {
     int originalCalls; ///< of the method as the system has it, which answers nil
     int dictionariesMade;
