@@ -1,19 +1,18 @@
 // Has no sheets yet: each is closed as soon as it is asked for.
 import QtQuick
-import Slicewise.Ui
 
 Item {
     readonly property bool active: false
 
-    function presentPreview(screen: SZAViewController, filename: var, name: string) {
+    function presentPreview(screen, filename, name) {
         screen.documentInteractionControllerDidEndPreview();
     }
 
-    function presentOpenInMenu(screen: SZAViewController, filename: var, name: string) {
+    function presentOpenInMenu(screen, filename, name) {
         screen.documentInteractionControllerDidDismissOpenInMenu();
     }
 
-    function presentOptionsMenu(screen: SZAViewController, filename: var, name: string) {
+    function presentOptionsMenu(screen, filename, name) {
         screen.documentInteractionControllerDidDismissOptionsMenu();
     }
 }
