@@ -10,6 +10,7 @@
 #   slicewise::sqlite3              SQLite
 #   Threads::Threads                threads
 #   Qt6::Quick, Qt6::QuickControls2 the window, in builds with SLICEWISE_BUILD_GUI (slicewise_qt_library, ...)
+#   Qt6::DBus                       the services of a desktop, there too
 #   GTest::gtest_main, GTest::gmock tests (slicewise_test links them)
 #   benchmark::benchmark            benchmarks
 #
@@ -38,7 +39,7 @@ pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET GLOBAL sqlite3)
 add_library(slicewise::sqlite3 ALIAS PkgConfig::SQLITE3)
 
 if(SLICEWISE_BUILD_GUI)
-    find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Qml Quick QuickControls2)
+    find_package(Qt6 6.4 REQUIRED COMPONENTS Core DBus Gui Qml Quick QuickControls2)
     if(SLICEWISE_BUILD_TESTS)
         find_package(Qt6 6.4 REQUIRED COMPONENTS Test QuickTest)
     endif()
