@@ -6,6 +6,7 @@
 #include "platform/SystemVersion.h"
 #include "ui/RootText.h"
 
+#include <QEventLoop>
 #include <QGuiApplication>
 #include <QLocale>
 #include <QQuickWindow>
@@ -84,6 +85,13 @@ void Application::takeSnapshot(OutputFile file)
     });
 }
 
+void Application::waitForDeletion()
+{
+    while (m_delegate->navigationController().isDeleting()) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+}
+
 BrowserServices Application::services()
 {
     ScanOptions scan;
@@ -96,7 +104,8 @@ BrowserServices Application::services()
             .backgroundTasks = nullptr,
             .idiom = m_idiom,
             .systemVersion = systemVersionOfHost(),
-            .scan = scan};
+            .scan = scan,
+            .deletion = m_deletion ? &m_deletion->service() : nullptr};
 }
 
 QWindow *Application::makeWindow(SZANavigationController &navigation)

@@ -38,6 +38,8 @@ public:
     [[nodiscard]] bool launch();
     /// Draws the window when the scan is done, and ends the event loop with the status to end with.
     void takeSnapshot(OutputFile file);
+    /// Returns when nothing is being removed any more: half of a removal helps nobody.
+    void waitForDeletion();
 
     [[nodiscard]] SZAAppDelegate &delegate() { return *m_delegate; }
     [[nodiscard]] Appearance &appearance() { return m_appearance; }

@@ -84,6 +84,7 @@ int runApplication(const Options &options, Privileges &privileges, char *program
         application.takeSnapshot(std::move(*file));
     }
     const int status = QGuiApplication::exec();
+    application.waitForDeletion();
     // A scan reads and writes nothing, so it may end at any moment; waiting for it could take as long as the
     // disk does, and freeing its tree longer still.
     std::_Exit(status);

@@ -7,12 +7,12 @@ SystemDeletion::SystemDeletion(HostDevice &device, Of system, const Privileges &
     : m_photoLibrary(system == Of::OwnSystem ? systemPhotoLibrary(log) : refusingPhotoLibrary(log)),
       m_installer(system == Of::OwnSystem ? systemApplicationInstaller(log)
                                           : refusingApplicationInstaller(log)),
-      m_deletion{.device = device,
-                 .log = log,
-                 .privileges = privileges,
-                 .photoLibrary = *m_photoLibrary,
-                 .installer = *m_installer,
-                 .deviceVersion = systemVersionOf(device)}
+      m_service(Deletion{.device = device,
+                         .log = log,
+                         .privileges = privileges,
+                         .photoLibrary = *m_photoLibrary,
+                         .installer = *m_installer,
+                         .deviceVersion = systemVersionOf(device)})
 {}
 
 } // namespace slicewise
