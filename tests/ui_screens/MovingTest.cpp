@@ -61,9 +61,8 @@ TEST(Moving, titlesFadeFromOneToTheNext)
     QQuickItem &below = shown.window.barItem();
     shown.browsed.push({"Others", "child 2"});
     QQuickItem &above = shown.window.barItem();
-    ASSERT_TRUE(comesTrue([&] {
-        return !shown.window.isMoving() || (above.opacity() > 0 && below.opacity() < 1);
-    }));
+    ASSERT_TRUE(
+        comesTrue([&] { return !shown.window.isMoving() || (above.opacity() > 0 && below.opacity() < 1); }));
     EXPECT_NEAR(above.opacity() + (shown.window.isMoving() ? below.opacity() : 0), 1, 1e-9);
     ASSERT_TRUE(shown.window.comesToRest());
     EXPECT_EQ(above.opacity(), 1);
