@@ -4,6 +4,7 @@
 #include <QQmlComponent>
 #include <QQmlError>
 #include <QTest>
+#include <QTouchEvent>
 
 #include <algorithm>
 #include <chrono>
@@ -223,6 +224,12 @@ void ScreenWindow::move(const QPointF &point)
 void ScreenWindow::release(const QPointF &point)
 {
     QTest::touchEvent(&m_view, m_finger).release(1, point.toPoint(), &m_view);
+}
+
+void ScreenWindow::cancel()
+{
+    QTouchEvent cancelled(QEvent::TouchCancel, m_finger);
+    QCoreApplication::sendEvent(&m_view, &cancelled);
 }
 
 void ScreenWindow::tap(const QPointF &point)

@@ -73,6 +73,8 @@ public:
     void press(const QPointF &point);
     void move(const QPointF &point);
     void release(const QPointF &point);
+    /// The system takes the finger away.
+    void cancel();
     void tap(const QPointF &point);
     void tap(const QQuickItem &item) { tap(middleOf(item)); }
     /// In steps, with time for a frame between them; not released.
