@@ -36,8 +36,8 @@ Item {
                 edge.stack.pull();
             }
         }
-        // A finger that is lifted gives up its grab, and so does one that is taken away; after that both are cancelled, when
-        // there is nothing left to stop for the first.
+        // A finger that is lifted gives up its grab, and so does one that is taken away; after that both are cancelled,
+        // when there is nothing left to stop for the first.
         onGrabChanged: (transition, point) => {
             if (transition === PointerDevice.UngrabExclusive && point.state === edge.released)
                 edge.lift();

@@ -6,9 +6,6 @@
 #include <QTest>
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <utility>
-
 namespace slicewise {
 namespace {
 
@@ -130,13 +127,10 @@ TEST(EdgeSwipe, movesThePageWithTheFinger)
     shown.window.drag({4, 500}, {150, 500});
     EXPECT_TRUE(shown.window.isMoving());
     // As far as the finger, but for what it took to be sure that it pulls.
-    double first = 0;
-    EXPECT_TRUE(comesTrue([&] {
-        const double before = std::exchange(first, shown.window.topPage()->x());
-        return first > 100 && first == before;
-    }));
+    const QQuickItem &page = *shown.window.topPage();
+    EXPECT_TRUE(comesTrue([&] { return page.x() > 120 && page.x() <= 150; }));
     shown.window.move({250, 500});
-    EXPECT_TRUE(comesTrue([&] { return std::abs(shown.window.topPage()->x() - (first + 100)) < 1; }));
+    EXPECT_TRUE(comesTrue([&] { return page.x() > 220 && page.x() <= 250; }));
     EXPECT_EQ(shown.browsed.stack.count(), 3);
     EXPECT_TRUE(shown.window.pages()[1]->isVisible());
     shown.window.release({250, 500});
@@ -160,9 +154,12 @@ TEST(EdgeSwipe, aFlingGoesBackThoughItIsShort)
 {
     ThreeDeep shown;
     ASSERT_TRUE(shown.window.comesToRest());
-    shown.window.drag({4, 500}, {140, 500});
-    ASSERT_GT(shown.progress(), 0.5);
-    shown.window.release({140, 500});
+    shown.window.press({4, 500});
+    for (int x = 24; x <= 144; x += 20) {
+        shown.window.move({static_cast<double>(x), 500});
+        QCoreApplication::processEvents();
+    }
+    shown.window.release({144, 500});
     EXPECT_TRUE(comesTrue([&] { return shown.browsed.stack.count() == 2; }));
 }
 

@@ -18,7 +18,7 @@ namespace slicewise {
 
 namespace {
 
-constexpr std::chrono::seconds kLongest{10};
+constexpr std::chrono::seconds kLongest{30};
 
 void collect(QQuickItem &above, const std::function<bool(QQuickItem &)> &wanted,
              std::vector<QQuickItem *> &found)

@@ -1,7 +1,7 @@
 // A window with the browser in it, and fingers that touch it.
 //
 // Everything in it is real but what a test wants to step: the QML as it is shipped, the event loop's timers,
-// touches as a screen sends them. Waiting is for a condition, and ends after ten seconds without it.
+// touches as a screen sends them. Waiting is for a condition, and ends after half a minute without it.
 #pragma once
 
 #include "tests/ui/BrowserParts.h"
