@@ -1,4 +1,5 @@
-// How quick the application's window is: the whole application, on a directory, with a watch on its event loop.
+// How quick the application's window is: the whole application, on a directory, with a watch on its event
+// loop.
 //
 // Usage: browser-bench start|scan|level DIR   without a display it draws for nobody, in software
 //   start  from the start of the process to the first frame
@@ -18,13 +19,14 @@
 #include <QTimer>
 #include <QVariant>
 #include <fmt/format.h>
+
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -44,7 +46,8 @@ double millisecondsSince(Clock::time_point then)
 
 void report(std::string_view what, double milliseconds, double aim)
 {
-    fmt::print("- {}: {:.1f} ms, aim {:.1f}: {}\n", what, milliseconds, aim, milliseconds <= aim ? "met" : "missed");
+    fmt::print("- {}: {:.1f} ms, aim {:.1f}: {}\n", what, milliseconds, aim,
+               milliseconds <= aim ? "met" : "missed");
 }
 
 double peakMebibytes()
@@ -100,7 +103,8 @@ private:
     {
         SZAViewController &top = *m_navigation->topViewController();
         if (m_what == "start") {
-            const Clock::time_point started{Clock::duration(std::atoll(qgetenv(kStartedVariable).constData()))};
+            const Clock::time_point started{
+                Clock::duration(std::atoll(qgetenv(kStartedVariable).constData()))};
             report("start to the first frame",
                    std::chrono::duration<double, std::milli>(m_lastFrame - started).count(),
                    kStartAimMilliseconds);
@@ -129,7 +133,8 @@ private:
             return;
         }
         if (isNew && top.currentNodes().size() >= kLargeLevel) {
-            report(fmt::format("a level of {} rows, from its push to its first frame", top.currentNodes().size()),
+            report(fmt::format("a level of {} rows, from its push to its first frame",
+                               top.currentNodes().size()),
                    std::chrono::duration<double, std::milli>(m_lastFrame - m_pushed).count(),
                    kLevelAimMilliseconds);
             fmt::print("- the tap was {:.1f} ms before that frame, the pause that shows it included\n",
@@ -176,6 +181,8 @@ void whenStarted()
     QTimer::singleShot(0, &watch, [] { watch.begin(); });
 }
 
+Q_COREAPP_STARTUP_FUNCTION(whenStarted)
+
 int run(char **argv)
 {
     whatIsMeasured = argv[1];
@@ -198,8 +205,6 @@ int run(char **argv)
 
 } // namespace
 } // namespace slicewise
-
-Q_COREAPP_STARTUP_FUNCTION(slicewise::whenStarted)
 
 int main(int argc, char **argv)
 {
