@@ -262,8 +262,8 @@ void Document::decodingFailed(const QString &sentence)
     m_decoder.reset();
     m_drawings.clear();
     m_pages.clear();
-    const TextForm form = textFormOf(m_facts.head);
-    if (m_facts.kind == ContentKind::PropertyList && form != TextForm::NoText) {
+    if (m_facts.kind == ContentKind::PropertyList && textFormOf(m_facts.head) != TextForm::NoText &&
+        !m_facts.head.starts_with("bplist")) {
         showText(m_facts.file, m_facts.sizeBytes, m_facts.head);
         return;
     }

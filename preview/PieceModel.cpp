@@ -30,7 +30,9 @@ int PieceModel::rowCount(const QModelIndex &parent) const
 
 QVariant PieceModel::data(const QModelIndex &index, int role) const
 {
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid)) {
+    const bool isOurs =
+        role == Qt::DisplayRole || role == TextRole || role == OffsetsRole || role == CharactersRole;
+    if (!isOurs || !checkIndex(index, CheckIndexOption::IndexIsValid)) {
         return {};
     }
     const Piece *piece = m_kept.object(index.row());
@@ -39,15 +41,12 @@ QVariant PieceModel::data(const QModelIndex &index, int role) const
         return QString();
     }
     switch (role) {
-    case Qt::DisplayRole:
-    case TextRole:
-        return piece->text;
     case OffsetsRole:
         return piece->offsets;
     case CharactersRole:
         return piece->characters;
     default:
-        return {};
+        return piece->text;
     }
 }
 

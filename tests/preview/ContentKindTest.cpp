@@ -49,10 +49,6 @@ TEST(ContentKind, isThatOfTheBeginningWhateverTheName)
         {"#EXTM3U\n"sv, ContentKind::Text},
         {"plain words"sv, ContentKind::Text},
         {"\xff\xfeH\0i\0"sv, ContentKind::Text},
-        {"SQLite format 3\0"sv, ContentKind::Other},
-        {"\x7f"
-         "ELF\2\1\1\0\0\0"sv,
-         ContentKind::Other},
         {""sv, ContentKind::Empty},
     };
     for (const auto &[head, kind] : beginnings) {
@@ -69,6 +65,7 @@ TEST(ContentKind, isThatOfTheNameWhereTheBeginningSaysNothing)
     EXPECT_EQ(contentKindOf(bytes, "/a/x.MOV"), ContentKind::Video);
     EXPECT_EQ(contentKindOf(bytes, "/a/x.ico"), ContentKind::Image);
     EXPECT_EQ(contentKindOf(bytes, "/a/x.dat"), ContentKind::Other);
+    EXPECT_EQ(contentKindOf("SQLite format 3\0"sv, "/a/x"), ContentKind::Other);
     EXPECT_EQ(contentKindOf(bytes, "/a/x.txt"), ContentKind::Other) << "whatever it is, it is no text";
 }
 

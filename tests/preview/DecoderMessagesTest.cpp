@@ -15,8 +15,8 @@ constexpr DrawRequest kAsked{.ticket = 7, .page = 0, .width = 20, .height = 10};
 
 std::string picture(std::uint32_t ticket, std::uint32_t width, std::uint32_t height, std::size_t bytes)
 {
-    return encodeAnswer(PictureAnswer{
-        .ticket = ticket, .width = width, .height = height, .pixels = std::string(bytes, 'p')});
+    return encodeAnswer(
+        PictureAnswer{.ticket = ticket, .width = width, .height = height, .pixels = std::string(bytes, 'p')});
 }
 
 std::string number(std::uint32_t value)
@@ -53,11 +53,10 @@ TEST(Answers, arriveAsTheyWereSentByteByByte)
 {
     AnswerReader reader;
     reader.expectPicture(kAsked);
-    const std::string bytes = encodeAnswer(OpenedAnswer{.pages = {{.width = 5, .height = 6}}}) +
-                              picture(7, 20, 10, 800) +
-                              encodeAnswer(PlaybackAnswer{
-                                  .positionMs = 1, .durationMs = 2, .playing = true, .hasVideo = false}) +
-                              encodeAnswer(FailedAnswer{.why = FailedAnswer::Why::Locked, .ticket = 0});
+    const std::string bytes =
+        encodeAnswer(OpenedAnswer{.pages = {{.width = 5, .height = 6}}}) + picture(7, 20, 10, 800) +
+        encodeAnswer(PlaybackAnswer{.positionMs = 1, .durationMs = 2, .playing = true, .hasVideo = false}) +
+        encodeAnswer(FailedAnswer{.why = FailedAnswer::Why::Locked, .ticket = 0});
     for (const char byte : bytes) {
         ASSERT_TRUE(reader.feed(std::string(1, byte)));
     }

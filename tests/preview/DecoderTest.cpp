@@ -7,6 +7,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <csignal>
 #include <fstream>
@@ -141,7 +144,8 @@ TEST_F(Decoder, hasGivenUpTheSavedIdOfASetUserIdProgram)
         Preview own;
         Document *document = own.showBytesOf("x.png", encoded(twoColours(40, 20), "PNG"));
         ASSERT_EQ(document->view(), View::Picture) << document->message().toStdString();
-        EXPECT_THAT(statusOf(document->decoderProcess().value()), HasSubstr("\nUid:\t65534\t65534\t65534\t65534\n"));
+        EXPECT_THAT(statusOf(document->decoderProcess().value()),
+                    HasSubstr("\nUid:\t65534\t65534\t65534\t65534\n"));
     });
 }
 
@@ -166,10 +170,8 @@ TEST_F(Decoder, endsWithItsPreviewAndTheThreadsToo)
 TEST_F(Decoder, endsWithItsPreviewWhateverItIsDoing)
 {
     preview.directory.writeFile("x.png", deed("silence"));
-    auto document = std::make_unique<Document>(Document::Origin{.device = preview.device.get(),
-                                                                .path = "/x.png",
-                                                                .name = "n",
-                                                                .decoder = SLICEWISE_HOSTILE_DECODER});
+    auto document = std::make_unique<Document>(Document::Origin{
+        .device = preview.device.get(), .path = "/x.png", .name = "n", .decoder = SLICEWISE_HOSTILE_DECODER});
     ASSERT_TRUE(eventually([&] { return document->decoderProcess().has_value(); }));
     const ::pid_t process = document->decoderProcess().value();
     document.reset();

@@ -9,6 +9,7 @@
 #include <QSignalSpy>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
 #include <plist/plist.h>
 
 #include <cstdlib>
@@ -59,7 +60,8 @@ QColor colourAt(const QImage &image, double x, double y)
 bool isNear(const QColor &colour, const QColor &wanted)
 {
     constexpr int kMost = 40; // a format with losses
-    return std::abs(colour.red() - wanted.red()) < kMost && std::abs(colour.green() - wanted.green()) < kMost &&
+    return std::abs(colour.red() - wanted.red()) < kMost &&
+           std::abs(colour.green() - wanted.green()) < kMost &&
            std::abs(colour.blue() - wanted.blue()) < kMost;
 }
 
@@ -76,7 +78,8 @@ std::string pdfOf(int pages)
             if (page > 0) {
                 writer.newPage();
             }
-            painter.fillRect(QRect(0, 0, writer.width(), writer.height()), page % 2 == 0 ? Qt::green : Qt::red);
+            painter.fillRect(QRect(0, 0, writer.width(), writer.height()),
+                             page % 2 == 0 ? Qt::green : Qt::red);
         }
     }
     return bytes.toStdString();
@@ -113,10 +116,12 @@ TEST(DocumentFacts, areTheFilesOwn)
 TEST(DocumentFacts, ofAPathThatIsNoTextAreWrittenSoThatTheyCanBeRead)
 {
     Preview preview;
-    const std::string name = "a\xff\n\xe2\x80\xae" "b.txt";
+    const std::string name = "a\xff\n\xe2\x80\xae"
+                             "b.txt";
     Document *document = preview.showBytesOf(name, "x");
     EXPECT_EQ(document->view(), View::Text);
-    EXPECT_EQ(text(document->pathText()), "/a\xef\xbf\xbd\\x0A\\xE2\\x80\\xAE" "b.txt");
+    EXPECT_EQ(text(document->pathText()), "/a\xef\xbf\xbd\\x0A\\xE2\\x80\\xAE"
+                                          "b.txt");
 }
 
 TEST(Texts, areShownInWhateverEncodingTheyAre)
@@ -139,11 +144,13 @@ TEST(Texts, areShownInWhateverEncodingTheyAre)
         {"utf16be", std::string("\xfe\xff\0h\0\xef", 6), "hï"},
         {"utf16 without mark", std::string("h\0e\0l\0l\0o\0", 10), "hello"},
         {"utf32", std::string("\xff\xfe\0\0h\0\0\0\x00\xf6\x01\0", 12), "h😀"},
-        {"latin", "Das W\xf6rterbuch der Br\xfc" "der Grimm ist gro\xdf und sch\xf6n f\xfcr alle.",
+        {"latin",
+         "Das W\xf6rterbuch der Br\xfc"
+         "der Grimm ist gro\xdf und sch\xf6n f\xfcr alle.",
          "Das Wörterbuch der Brüder Grimm ist groß und schön für alle."},
         {"shift", shiftJis, japanese},
         {"dos", "one\r\ntwo\r\n", "one\ntwo"},
-        {"old", "one\rtwo\r", "one\ntwo\n"},
+        {"old", "one\rtwo\r", "one\ntwo"},
         {"log", "\x1b[31mred\x1b[0m \x07", "\xe2\x90\x9b[31mred\xe2\x90\x9b[0m \xe2\x90\x87"},
         {"html", "<b>not bold</b>", "<b>not bold</b>"},
     };
@@ -243,7 +250,12 @@ TEST(Pictures, standAsTheCameraWasHeld)
 {
     // "Rotate by 90 degrees" in the form that cameras write, behind the beginning of the picture.
     const std::string jpeg = encoded(twoColours(400, 200), "JPG");
-    const std::string exif("\xff\xe1\x00\x22" "Exif\0\0" "MM\0*\0\0\0\x08" "\0\1" "\x01\x12\0\3\0\0\0\1\0\6\0\0" "\0\0\0\0",
+    const std::string exif("\xff\xe1\x00\x22"
+                           "Exif\0\0"
+                           "MM\0*\0\0\0\x08"
+                           "\0\1"
+                           "\x01\x12\0\3\0\0\0\1\0\6\0\0"
+                           "\0\0\0\0",
                            36);
     Preview preview;
     Document *document = preview.showBytesOf("x.jpg", jpeg.substr(0, 2) + exif + jpeg.substr(2));
@@ -370,11 +382,11 @@ TEST(Files, thatCantBeOpenedHaveASentence)
     preview.directory.makeDirectory("folder");
     preview.directory.makeFifo("fifo");
     preview.directory.writeFile("empty", "");
-    for (const auto &[path, sentence] : std::vector<std::pair<std::string, std::string>>{
-             {"/gone", "The file is no longer there."},
-             {"/folder", "This is a folder."},
-             {"/fifo", "This is not a regular file."},
-             {"/empty", "The file is empty."}}) {
+    for (const auto &[path, sentence] :
+         std::vector<std::pair<std::string, std::string>>{{"/gone", "The file is no longer there."},
+                                                          {"/folder", "This is a folder."},
+                                                          {"/fifo", "This is not a regular file."},
+                                                          {"/empty", "The file is empty."}}) {
         const Document *document = preview.show(path);
         EXPECT_EQ(document->view(), View::Notice) << path;
         EXPECT_EQ(text(document->message()), sentence);

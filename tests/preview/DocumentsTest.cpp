@@ -27,11 +27,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Pair;
 
-QByteArray bytes(const std::string &path)
-{
-    return QByteArray::fromStdString(path);
-}
-
 TEST(Options, copyThePathOfTheDeviceSoThatItCanBeTyped)
 {
     Preview preview;
@@ -91,7 +86,8 @@ TEST(DocumentsOfQml, areOursAndGoWithTheirPreview)
     ASSERT_NE(document, nullptr);
     preview.documents.close(document);
     preview.documents.close(nullptr);
-    EXPECT_TRUE(eventually([&] { return document == nullptr; }));
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(document, nullptr);
 }
 
 TEST(Desktop, isThereOnlyInASession)

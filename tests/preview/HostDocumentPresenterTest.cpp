@@ -1,5 +1,6 @@
 // Which way of showing a file there is.
 #include "preview/HostDocumentPresenter.h"
+
 #include "tests/preview/PreviewFixture.h"
 #include "tests/support/InChild.h"
 

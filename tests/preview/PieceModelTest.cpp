@@ -1,5 +1,6 @@
 // The rows of a long file as a list.
 #include "preview/PieceModel.h"
+
 #include "preview/MemoryFile.h"
 #include "tests/preview/PreviewFixture.h"
 
@@ -29,9 +30,8 @@ TEST(PieceModel, keepsTheRulesOfModels)
     model->setSource(bytesSource(1000), std::make_shared<MemoryFile>(std::string(1000, 'x')));
     EXPECT_EQ(model->rowCount(), 8);
     EXPECT_EQ(model->rowCount(model->index(0)), 0);
-    EXPECT_TRUE(eventually([&] {
-        return !model->data(model->index(7), PieceModel::TextRole).toString().isEmpty();
-    }));
+    EXPECT_TRUE(
+        eventually([&] { return !model->data(model->index(7), PieceModel::TextRole).toString().isEmpty(); }));
     model->setSource(bytesSource(0), std::make_shared<MemoryFile>(""));
     EXPECT_EQ(model->rowCount(), 0);
 }
@@ -43,9 +43,8 @@ TEST(PieceModel, doesNotShowWhatWasAskedForBeforeTheSourceWasAnother)
     model.setSource(bytesSource(8), std::make_shared<MemoryFile>("aaaaaaaa"));
     static_cast<void>(model.data(model.index(0), PieceModel::TextRole));
     model.setSource(bytesSource(8), std::make_shared<MemoryFile>("bbbbbbbb"));
-    EXPECT_TRUE(eventually([&] {
-        return !model.data(model.index(0), PieceModel::CharactersRole).toString().isEmpty();
-    }));
+    EXPECT_TRUE(eventually(
+        [&] { return !model.data(model.index(0), PieceModel::CharactersRole).toString().isEmpty(); }));
     EXPECT_EQ(model.data(model.index(0), PieceModel::CharactersRole).toString().toStdString(), "bbbbbbbb");
 }
 

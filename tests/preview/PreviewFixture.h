@@ -11,6 +11,7 @@
 #include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QImage>
+#include <gtest/gtest.h>
 
 #include <memory>
 #include <string>

@@ -1,5 +1,6 @@
 // Texts in pieces: nothing is lost, nothing twice, and no more is read than a piece.
 #include "preview/TextPieces.h"
+
 #include "tests/support/MemoryDevice.h"
 
 #include <gtest/gtest.h>
@@ -39,7 +40,8 @@ private:
     std::string m_content;
 };
 
-std::vector<std::string> piecesOf(const std::string &text, TextForm form = TextForm::Utf8, std::size_t mark = 0)
+std::vector<std::string> piecesOf(const std::string &text, TextForm form = TextForm::Utf8,
+                                  std::size_t mark = 0)
 {
     CountingFile file(text);
     const TextPieces pieces(text.size(), mark, form);
@@ -113,7 +115,7 @@ TEST(TextPieces, areNotCutInACharacter)
     const auto pieces = piecesOf(text);
     expectWhole(pieces, text);
     for (const std::string &piece : pieces) {
-        EXPECT_NE(static_cast<unsigned char>(piece.at(0)) & 0xc0U, 0x80U);
+        EXPECT_TRUE(piece.empty() || (static_cast<unsigned char>(piece[0]) & 0xc0U) != 0x80U);
     }
 }
 

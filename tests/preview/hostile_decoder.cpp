@@ -43,7 +43,8 @@ std::string status()
     for (const auto resource : {RLIMIT_FSIZE, RLIMIT_CORE, RLIMIT_CPU, RLIMIT_DATA}) {
         struct rlimit limit = {};
         ::getrlimit(resource, &limit);
-        text += "\nlimit " + std::to_string(static_cast<int>(resource)) + " " + std::to_string(limit.rlim_max);
+        text +=
+            "\nlimit " + std::to_string(static_cast<int>(resource)) + " " + std::to_string(limit.rlim_max);
     }
     for (char **variable = environ; *variable != nullptr; ++variable) {
         text += std::string("\nvariable ") + *variable;
@@ -69,7 +70,8 @@ void act(const std::string &deed)
     } else if (deed.ends_with("large picture")) {
         say(encodeAnswer(kOnePage));
         static_cast<void>(!::read(STDOUT_FILENO, request.data(), request.size()));
-        say(encodeAnswer(PictureAnswer{.ticket = 1, .width = 9000, .height = 1, .pixels = std::string(36000, 'x')}));
+        say(encodeAnswer(
+            PictureAnswer{.ticket = 1, .width = 9000, .height = 1, .pixels = std::string(36000, 'x')}));
         ::pause();
     } else if (deed.ends_with("trickle")) {
         while (true) {
