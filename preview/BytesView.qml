@@ -1,6 +1,9 @@
 // Any bytes: where they are, what they are, what they read as. As many on a line as fit.
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Controls.Basic
+import Slicewise.Preview
 import Slicewise.Ui
 
 ListView {

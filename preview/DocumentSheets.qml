@@ -1,6 +1,9 @@
 // What a file is shown in, over everything else: its preview, and the menus of what can be done with it. The
 // screen that asked is told once when what it asked for has been closed.
+pragma ComponentBehavior: Bound
+
 import QtQuick
+import Slicewise.Preview
 import Slicewise.Ui
 
 FocusScope {
@@ -44,12 +47,9 @@ FocusScope {
     readonly property var openAction: ({ id: "open", text: qsTr("Open with Application") })
 
     function options() {
-        const list = [{ id: "copy", text: qsTr("Copy Path") }]
-        if (sheets.documents.canOpen) {
-            list.push({ id: "show", text: qsTr("Show in Folder") })
-            list.push(sheets.openAction)
-        }
-        return list
+        const copyAction = { id: "copy", text: qsTr("Copy Path") }
+        return sheets.documents.canOpen
+            ? [copyAction, { id: "show", text: qsTr("Show in Folder") }, sheets.openAction] : [copyAction]
     }
 
     // Only one file at a time: who asked before has been answered then.

@@ -1,5 +1,6 @@
 // What there is to be known of a file: closed one line, open all of it.
 import QtQuick
+import Slicewise.Preview
 import Slicewise.Ui
 
 Item {
@@ -8,8 +9,8 @@ Item {
     required property Document document
     property bool open: false
 
-    readonly property string summary: [panel.document.kindText, panel.document.sizeText, panel.document.detailText]
-        .filter(text => text.length > 0).join(" · ")
+    readonly property string summary: panel.document.kindText + " · " + panel.document.sizeText
+        + (panel.document.detailText.length > 0 ? " · " + panel.document.detailText : "")
 
     implicitHeight: column.implicitHeight + Theme.spacing
     height: implicitHeight

@@ -9,13 +9,13 @@ T.AbstractButton {
     property bool strong: false
     property color ink: Theme.accentColor
 
-    implicitWidth: Math.max(Theme.touchSize, label.implicitWidth + 2 * Theme.margin)
-    implicitHeight: Math.max(Theme.touchSize, label.implicitHeight + Theme.spacing)
+    implicitWidth: Math.max(Theme.touchSize, button.implicitContentWidth + 2 * Theme.margin)
+    implicitHeight: Math.max(Theme.touchSize, button.implicitContentHeight + Theme.spacing)
     focusPolicy: Qt.StrongFocus
     Accessible.role: Accessible.Button
     Accessible.name: button.text
-    Keys.onReturnPressed: button.click()
-    Keys.onEnterPressed: button.click()
+    Keys.onReturnPressed: button.clicked()
+    Keys.onEnterPressed: button.clicked()
 
     background: Rectangle {
         radius: Theme.cornerRadius - 4
@@ -25,8 +25,6 @@ T.AbstractButton {
     }
 
     contentItem: Text {
-        id: label
-
         text: button.text
         textFormat: Text.PlainText
         horizontalAlignment: Text.AlignHCenter

@@ -1,6 +1,7 @@
 // Sound and film, with what plays and stops them.
 import QtQuick
 import QtQuick.Controls.Basic
+import Slicewise.Preview
 import Slicewise.Ui
 
 Item {

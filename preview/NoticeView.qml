@@ -1,5 +1,6 @@
 // One sentence in place of what can't be shown, and a way on.
 import QtQuick
+import Slicewise.Preview
 import Slicewise.Ui
 
 Item {

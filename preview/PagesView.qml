@@ -1,6 +1,9 @@
 // The pages of a document, one below the other.
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Controls.Basic
+import Slicewise.Preview
 import Slicewise.Ui
 
 ListView {

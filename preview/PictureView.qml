@@ -1,5 +1,6 @@
 // A picture, as large as the window allows; two fingers, the wheel or a double tap enlarge it.
 import QtQuick
+import Slicewise.Preview
 import Slicewise.Ui
 
 Flickable {
@@ -9,7 +10,7 @@ Flickable {
 
     property real zoom: 1
     readonly property real mostZoom: Math.max(4, 2 / Math.max(0.001, view.fit))
-    readonly property size full: view.document.pageSize(0)
+    readonly property size full: Qt.size(view.document.pageSize(0).width, view.document.pageSize(0).height)
     // Never larger than it is by itself; small pictures stay small.
     readonly property real fit: view.full.width > 0
         ? Math.min(1, view.width / view.full.width, view.height / view.full.height) : 1

@@ -1,6 +1,9 @@
 // A file as a page over the whole window: "Done" at one end of the bar, what can be done with it at the other,
 // what is known of it at the bottom.
+pragma ComponentBehavior: Bound
+
 import QtQuick
+import Slicewise.Preview
 import Slicewise.Ui
 
 Rectangle {

@@ -1,6 +1,9 @@
 // A text of any length: rows of some lines each, as many in memory as are on the screen.
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Controls.Basic
+import Slicewise.Preview
 import Slicewise.Ui
 
 ListView {

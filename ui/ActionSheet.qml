@@ -1,6 +1,9 @@
 // A touch platform's sheet of actions: slides up from the bottom on a phone, and is a card in the middle of a
 // wide window. Fills what it lies in; shown by open(), and gone once one of its signals has been sent.
+pragma ComponentBehavior: Bound
+
 import QtQuick
+import Slicewise.Ui
 
 FocusScope {
     id: sheet

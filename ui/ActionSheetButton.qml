@@ -1,5 +1,6 @@
 // A line of a sheet of actions.
 import QtQuick
+import Slicewise.Ui
 import QtQuick.Templates as T
 
 T.AbstractButton {
@@ -9,12 +10,12 @@ T.AbstractButton {
     property bool strong: false
     property bool lineAbove: false
 
-    implicitHeight: Math.max(Theme.touchSize + 10, label.implicitHeight + 2 * Theme.spacing)
+    implicitHeight: Math.max(Theme.touchSize + 10, button.implicitContentHeight + 2 * Theme.spacing)
     focusPolicy: Qt.StrongFocus
     Accessible.role: Accessible.Button
     Accessible.name: button.text
-    Keys.onReturnPressed: button.click()
-    Keys.onEnterPressed: button.click()
+    Keys.onReturnPressed: button.clicked()
+    Keys.onEnterPressed: button.clicked()
 
     background: Rectangle {
         color: button.down ? Theme.pressedColor : "transparent"
@@ -39,8 +40,6 @@ T.AbstractButton {
     }
 
     contentItem: Text {
-        id: label
-
         text: button.text
         textFormat: Text.PlainText
         horizontalAlignment: Text.AlignHCenter

@@ -17,6 +17,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 extern void qml_register_types_Slicewise_Ui();
@@ -51,6 +52,9 @@ protected:
         component.setData("import QtQuick\nimport Slicewise.Preview\nimport Slicewise.Ui\n"
                           "DocumentSheets { }",
                           QUrl());
+        if (!component.isReady()) {
+            throw std::runtime_error(component.errorString().toStdString());
+        }
         made.reset(
             component.createWithInitialProperties({{"documents", QVariant::fromValue(&preview.documents)}}));
         EXPECT_NE(made, nullptr) << component.errorString().toStdString();
