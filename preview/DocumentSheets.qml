@@ -1,7 +1,5 @@
 // What a file is shown in, over everything else: its preview, and the menus of what can be done with it. The
 // screen that asked is told once when what it asked for has been closed.
-pragma ComponentBehavior: Bound
-
 import QtQuick
 import Slicewise.Preview
 import Slicewise.Ui
@@ -22,7 +20,11 @@ FocusScope {
         sheets.take(screen, filename)
         sheets.document = sheets.documents.open(filename, name)
         sheets.closing = false
-        pageLoader.active = true
+        pageLoader.setSource("PreviewPage.qml", {
+            document: sheets.document,
+            fixedFontFamily: sheets.documents.fixedFontFamily,
+            focus: true
+        })
         sheets.forceActiveFocus()
     }
 
@@ -80,7 +82,7 @@ FocusScope {
             return
         sheets.closePreview()
         slideDown.stop()
-        pageLoader.active = false
+        pageLoader.source = ""
         const document = sheets.document
         sheets.document = null
         sheets.closing = false
@@ -112,17 +114,19 @@ FocusScope {
         objectName: "pageLoader"
         width: parent.width
         height: parent.height
-        active: false
         y: parent.height
         focus: !menu.opened
         onLoaded: slideUp.restart()
+    }
 
-        sourceComponent: PreviewPage {
-            focus: true
-            document: sheets.document
-            fixedFontFamily: sheets.documents.fixedFontFamily
-            onDone: sheets.closePreview()
-            onActionsRequested: menu.show(sheets.document.name, "page", sheets.options())
+    Connections {
+        target: pageLoader.item as PreviewPage
+
+        function onDone() {
+            sheets.closePreview()
+        }
+        function onActionsRequested() {
+            menu.show(sheets.document.name, "page", sheets.options())
         }
     }
 

@@ -30,7 +30,8 @@ ListView {
         id: page
 
         required property int index
-        readonly property size full: view.document.pageSize(page.index)
+        readonly property size full: Qt.size(view.document.pageSize(page.index).width,
+                                               view.document.pageSize(page.index).height)
 
         width: ListView.view.width
         height: view.pageWidth * page.full.height / Math.max(1, page.full.width)

@@ -1,7 +1,5 @@
 // A file as a page over the whole window: "Done" at one end of the bar, what can be done with it at the other,
 // what is known of it at the bottom.
-pragma ComponentBehavior: Bound
-
 import QtQuick
 import Slicewise.Preview
 import Slicewise.Ui
@@ -111,23 +109,59 @@ Rectangle {
         anchors.top: note.bottom
         anchors.bottom: facts.top
         width: parent.width
-        sourceComponent: {
-            switch (page.document.view) {
+
+        readonly property int view: page.document.view
+
+        function show(file: string, needsFont: bool) {
+            content.setSource(file, needsFont
+                ? { document: page.document, fixedFontFamily: page.fixedFontFamily } : { document: page.document })
+        }
+        function showView() {
+            switch (content.view) {
             case Document.View.Picture:
-                return picture
+                content.show("PictureView.qml", false)
+                break
             case Document.View.Pages:
-                return pages
+                content.show("PagesView.qml", false)
+                break
             case Document.View.Text:
-                return text
+                content.show("TextView.qml", true)
+                break
             case Document.View.Media:
-                return media
+                content.show("MediaView.qml", false)
+                break
             case Document.View.Bytes:
-                return bytes
+                content.show("BytesView.qml", true)
+                break
             case Document.View.Notice:
-                return notice
+                content.show("NoticeView.qml", false)
+                break
             default:
-                return opening
+                content.source = ""
             }
+        }
+
+        onViewChanged: content.showView()
+        Component.onCompleted: content.showView()
+    }
+
+    Text {
+        id: opening
+
+        anchors.centerIn: content
+        visible: page.document.view === Document.View.Opening
+        // What is there at once needs no sign.
+        opacity: 0
+        text: qsTr("Opening…")
+        textFormat: Text.PlainText
+        font.pixelSize: Theme.rowTextSize
+        color: Theme.secondaryTextColor
+
+        SequentialAnimation {
+            running: opening.visible
+
+            PauseAnimation { duration: 300 }
+            NumberAnimation { target: opening; property: "opacity"; to: 1; duration: 200 }
         }
     }
 
@@ -152,67 +186,5 @@ Rectangle {
             height: 1
             color: Theme.separatorColor
         }
-    }
-
-    Component {
-        id: opening
-
-        Item {
-            id: waiting
-
-            // What is there at once needs no sign.
-            opacity: 0
-
-            Text {
-                anchors.centerIn: parent
-                text: qsTr("Opening…")
-                textFormat: Text.PlainText
-                font.pixelSize: Theme.rowTextSize
-                color: Theme.secondaryTextColor
-            }
-
-            SequentialAnimation {
-                running: true
-
-                PauseAnimation { duration: 300 }
-                NumberAnimation { target: waiting; property: "opacity"; to: 1; duration: 200 }
-            }
-        }
-    }
-    Component {
-        id: picture
-
-        PictureView { document: page.document }
-    }
-    Component {
-        id: pages
-
-        PagesView { document: page.document }
-    }
-    Component {
-        id: text
-
-        TextView {
-            document: page.document
-            fixedFontFamily: page.fixedFontFamily
-        }
-    }
-    Component {
-        id: media
-
-        MediaView { document: page.document }
-    }
-    Component {
-        id: bytes
-
-        BytesView {
-            document: page.document
-            fixedFontFamily: page.fixedFontFamily
-        }
-    }
-    Component {
-        id: notice
-
-        NoticeView { document: page.document }
     }
 }

@@ -19,6 +19,9 @@ FocusScope {
     signal cancelled
 
     property bool shown: false
+    readonly property bool hasHead: sheet.title.length > 0 || sheet.message.length > 0
+    // Above the dark backdrop it has to stand out in dark colours too.
+    readonly property color cardColor: Theme.dark ? "#1e2128" : "#ffffff"
     readonly property bool wide: sheet.width >= 560
     readonly property real cardWidth: sheet.wide ? 380 : Math.min(sheet.width - 2 * Theme.spacing, 480)
 
@@ -84,68 +87,80 @@ FocusScope {
 
         Rectangle {
             width: parent.width
-            height: Math.min(list.contentHeight, sheet.height - Theme.touchSize * 2 - Theme.spacing * 3)
+            height: Math.min(list.contentHeight, sheet.height - cancelButton.height - Theme.spacing * 3)
             radius: Theme.cornerRadius
-            color: Theme.dark ? "#1e2128" : "#ffffff"
+            color: sheet.cardColor
             clip: true
 
-            ListView {
+            Flickable {
                 id: list
 
                 anchors.fill: parent
+                contentHeight: lines.height
                 interactive: contentHeight > height
                 boundsBehavior: Flickable.StopAtBounds
-                model: sheet.actions.length
-                header: Column {
-                    width: list.width
-                    topPadding: Theme.margin - 2
-                    bottomPadding: Theme.margin - 2
-                    spacing: 4
-                    visible: sheet.title.length > 0 || sheet.message.length > 0
-                    height: visible ? implicitHeight : 0
 
-                    Text {
-                        x: Theme.margin
-                        width: parent.width - 2 * Theme.margin
-                        text: sheet.title
-                        visible: text.length > 0
-                        textFormat: Text.PlainText
-                        horizontalAlignment: Text.AlignHCenter
-                        wrapMode: Text.Wrap
-                        maximumLineCount: 3
-                        elide: Text.ElideRight
-                        font.pixelSize: Theme.detailTextSize
-                        font.weight: Font.DemiBold
-                        color: Theme.secondaryTextColor
+                Column {
+                    id: lines
+
+                    width: list.width
+
+                    Column {
+                        width: parent.width
+                        topPadding: Theme.margin - 2
+                        bottomPadding: Theme.margin - 2
+                        spacing: 4
+                        visible: sheet.hasHead
+
+                        Text {
+                            x: Theme.margin
+                            width: parent.width - 2 * Theme.margin
+                            text: sheet.title
+                            visible: text.length > 0
+                            textFormat: Text.PlainText
+                            horizontalAlignment: Text.AlignHCenter
+                            wrapMode: Text.Wrap
+                            maximumLineCount: 3
+                            elide: Text.ElideRight
+                            font.pixelSize: Theme.detailTextSize
+                            font.weight: Font.DemiBold
+                            color: Theme.secondaryTextColor
+                        }
+
+                        Text {
+                            x: Theme.margin
+                            width: parent.width - 2 * Theme.margin
+                            text: sheet.message
+                            visible: text.length > 0
+                            textFormat: Text.PlainText
+                            horizontalAlignment: Text.AlignHCenter
+                            wrapMode: Text.Wrap
+                            maximumLineCount: 6
+                            elide: Text.ElideRight
+                            font.pixelSize: Theme.detailTextSize
+                            color: Theme.secondaryTextColor
+                        }
                     }
 
-                    Text {
-                        x: Theme.margin
-                        width: parent.width - 2 * Theme.margin
-                        text: sheet.message
-                        visible: text.length > 0
-                        textFormat: Text.PlainText
-                        horizontalAlignment: Text.AlignHCenter
-                        wrapMode: Text.WrapAnywhere
-                        maximumLineCount: 6
-                        elide: Text.ElideRight
-                        font.pixelSize: Theme.detailTextSize
-                        color: Theme.secondaryTextColor
+                    Repeater {
+                        model: sheet.actions.length
+
+                        delegate: ActionSheetButton {
+                            id: action
+
+                            required property int index
+                            // The list may be another one before this line is gone.
+                            readonly property var entry: action.index < sheet.actions.length
+                                ? sheet.actions[action.index] : { text: "" }
+
+                            objectName: "action" + action.index
+                            width: lines.width
+                            text: action.entry.text
+                            destructive: action.entry.destructive === true
+                            lineAbove: action.index > 0 || sheet.hasHead
+                            onClicked: sheet.finish(action.index)
+                        }
                     }
-                }
-
-                delegate: ActionSheetButton {
-                    id: action
-
-                    required property int index
-                    readonly property var entry: sheet.actions[action.index]
-
-                    objectName: "action" + action.index
-                    width: list.width
-                    text: action.entry.text
-                    destructive: action.entry.destructive === true
-                    lineAbove: action.index > 0 || sheet.title.length > 0 || sheet.message.length > 0
-                    onClicked: sheet.finish(action.index)
                 }
             }
         }
@@ -154,7 +169,7 @@ FocusScope {
             width: parent.width
             height: cancelButton.height
             radius: Theme.cornerRadius
-            color: Theme.dark ? "#1e2128" : "#ffffff"
+            color: sheet.cardColor
             clip: true
 
             ActionSheetButton {

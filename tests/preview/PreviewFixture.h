@@ -24,7 +24,7 @@ namespace slicewise {
 /// have happened.
 template <typename Condition> bool eventually(Condition holds)
 {
-    constexpr int kMostMs = 30'000;
+    constexpr int kMostMs = 10'000;
     constexpr int kLookAgainMs = 20;
     const QDeadlineTimer deadline(kMostMs);
     while (!holds()) {

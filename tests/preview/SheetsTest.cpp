@@ -1,27 +1,13 @@
 // Previews and menus as they are touched, in a window without a display.
-#include "tests/preview/PreviewFixture.h"
-#include "tests/support/MemoryDevice.h"
-#include "tests/ui/BrowserParts.h"
+#include "tests/preview/SheetsFixture.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
-#include <QPointingDevice>
-#include <QQmlComponent>
-#include <QQmlContext>
-#include <QQmlEngine>
-#include <QQuickItem>
-#include <QQuickView>
-#include <QQuickWindow>
-#include <QtTest>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <stdexcept>
+#include <csignal>
 #include <string>
-
-extern void qml_register_types_Slicewise_Ui();
-extern void qml_register_types_Slicewise_Preview();
 
 namespace slicewise {
 
@@ -30,136 +16,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
-
-/// Where a picture of a page is to be put; empty: nowhere.
-std::string picturesFolder()
-{
-    return qEnvironmentVariable("SLICEWISE_PICTURES").toStdString();
-}
-
-/// A window with the sheets over a screen whose first row has been picked.
-class Sheets : public testing::Test {
-protected:
-    Sheets()
-    {
-        qml_register_types_Slicewise_Ui();
-        qml_register_types_Slicewise_Preview();
-        system.presenter.can = {DocumentPresentation::Preview};
-        tree.add("Others/folder/file", 10, "/file");
-        shown = std::make_unique<Shown>(tree, std::vector<std::string>{"Others", "folder"}, system);
-        shown->screen->loadViewIfNeeded();
-        QQmlComponent component(&engine);
-        component.setData("import QtQuick\nimport Slicewise.Preview\nimport Slicewise.Ui\n"
-                          "DocumentSheets { }",
-                          QUrl());
-        if (!component.isReady()) {
-            throw std::runtime_error(component.errorString().toStdString());
-        }
-        made.reset(
-            component.createWithInitialProperties({{"documents", QVariant::fromValue(&preview.documents)}}));
-        EXPECT_NE(made, nullptr) << component.errorString().toStdString();
-        sheets = qobject_cast<QQuickItem *>(made.get());
-        resize({390, 844});
-        sheets->setParentItem(window.contentItem());
-        window.show();
-        window.requestActivate();
-        static_cast<void>(QTest::qWaitForWindowActive(&window));
-    }
-    ~Sheets() override
-    {
-        made.reset();
-        QCoreApplication::processEvents();
-    }
-
-    void resize(QSize size)
-    {
-        window.resize(size);
-        sheets->setSize(size);
-    }
-    /// Picks the row, as a finger on it does, and asks for what the screen then asks for.
-    void present(const char *what, const std::string &path)
-    {
-        picked();
-        ASSERT_TRUE(QMetaObject::invokeMethod(
-            sheets, what, Q_ARG(slicewise::SZAViewController *, shown->screen),
-            Q_ARG(QVariant, QVariant(QByteArray::fromStdString(path))), Q_ARG(QString, "the file")));
-    }
-    void picked()
-    {
-        shown->screen->tableView()->tapRow(0);
-        ASSERT_TRUE(shown->screen->lastPath().has_value());
-    }
-    void settle()
-    {
-        QQuickItem *loader = find("pageLoader");
-        EXPECT_TRUE(eventually([&] {
-            const auto *document = this->document();
-            return loader->y() == 0 && document != nullptr && document->view() != Document::View::Opening;
-        }));
-        // What is behind a page that has just been made comes with the next frames.
-        for (int i = 0; i < 5; ++i) {
-            static_cast<void>(window.grabWindow());
-            QCoreApplication::processEvents();
-        }
-    }
-    [[nodiscard]] Document *document() const { return sheets->property("document").value<Document *>(); }
-    [[nodiscard]] bool isActive() const { return sheets->property("active").toBool(); }
-
-    [[nodiscard]] QQuickItem *find(const char *name) const
-    {
-        auto *item = findIn(sheets, name);
-        EXPECT_NE(item, nullptr) << name;
-        return item;
-    }
-    static QQuickItem *findIn(QQuickItem *item, const char *name)
-    {
-        if (item->objectName() == QLatin1String(name)) {
-            return item;
-        }
-        for (QQuickItem *child : item->childItems()) {
-            if (QQuickItem *found = findIn(child, name)) {
-                return found;
-            }
-        }
-        return nullptr;
-    }
-    void tap(const char *name)
-    {
-        QQuickItem *item = find(name);
-        ASSERT_NE(item, nullptr);
-        const QPoint middle = item->mapToScene({item->width() / 2, item->height() / 2}).toPoint();
-        EXPECT_TRUE(QRect(QPoint(), window.size()).contains(middle)) << name;
-        QTest::touchEvent(&window, finger).press(0, middle, &window);
-        QTest::touchEvent(&window, finger).release(0, middle, &window);
-        QCoreApplication::processEvents();
-    }
-    /// The menu has come to where it stays.
-    void settleMenu()
-    {
-        EXPECT_TRUE(eventually([&] {
-            QQuickItem *cancel = find("cancel");
-            const double bottom = cancel->mapToScene({0, cancel->height()}).y();
-            return std::abs(bottom - (window.height() - 8)) < 1 || window.width() >= 560;
-        }));
-    }
-    void savePicture(const std::string &name)
-    {
-        if (!picturesFolder().empty()) {
-            EXPECT_TRUE(
-                window.grabWindow().save(QString::fromStdString(picturesFolder() + "/" + name + ".png")));
-        }
-    }
-
-    Preview preview;
-    System system;
-    HandMadeTree tree{{}};
-    std::unique_ptr<Shown> shown;
-    QQmlEngine engine;
-    QQuickWindow window;
-    std::unique_ptr<QObject> made;
-    QQuickItem *sheets = nullptr;
-    QPointingDevice *finger = QTest::createTouchDevice();
-};
 
 TEST_F(Sheets, showAPreviewUntilDoneIsTouchedAndTellTheScreenOnce)
 {
@@ -260,6 +116,7 @@ TEST_F(Sheets, showTheMenuOverAPreviewWhichGoesOnAfterwards)
     tap("action0");
     EXPECT_TRUE(isActive());
     EXPECT_TRUE(shown->screen->lastPath().has_value());
+    EXPECT_TRUE(eventually([&] { return !find("menu")->isVisible(); }));
     tap("actions");
     settleMenu();
     QTest::keyClick(&window, Qt::Key_Escape);
@@ -288,6 +145,105 @@ TEST_F(Sheets, surviveTheEndOfTheScreenThatAsked)
     tap("done");
     EXPECT_TRUE(eventually([&] { return !isActive(); }));
 }
+
+/// Every kind of page, in every size of window, light and dark: what has to be on it is, and inside.
+class Pages : public Sheets, public testing::WithParamInterface<QSize> {
+protected:
+    void look(const std::string &name, const std::string &content)
+    {
+        preview.directory.writeFile(name, content);
+        for (const bool dark : {false, true}) {
+            setDark(dark);
+            present("presentPreview", "/" + name);
+            settle();
+            if (QQuickItem *picture = findOrNull("picture")) {
+                EXPECT_TRUE(eventually([&] { return picture->property("ready").toBool(); })) << name;
+            }
+            if (QQuickItem *first = findOrNull("page0")) {
+                EXPECT_TRUE(eventually([&] { return first->property("ready").toBool(); })) << name;
+            }
+            settle();
+            for (const char *part : {"done", "actions", "title", "facts", "content"}) {
+                const QQuickItem *item = find(part);
+                const QRectF place = item->mapRectToScene({0, 0, item->width(), item->height()});
+                EXPECT_TRUE(QRectF(QPointF(), window.size()).adjusted(-1, -1, 1, 1).contains(place))
+                    << part << " of " << name;
+                EXPECT_GT(place.height(), 10) << part << " of " << name;
+            }
+            savePicture(pictureName(name, dark));
+            tap("done");
+            EXPECT_TRUE(eventually([&] { return !isActive(); }));
+        }
+    }
+    [[nodiscard]] std::string pictureName(const std::string &name, bool dark) const
+    {
+        return name + "-" + std::to_string(window.width()) + "x" + std::to_string(window.height()) +
+               (dark ? "-dark" : "-light");
+    }
+};
+
+std::string logText()
+{
+    std::string text;
+    for (int line = 0; line < 400; ++line) {
+        text += "2026-11-21 09:30:" + std::to_string(10 + line % 50) +
+                ".123 backupd[4711]: copied /private/var/mobile/Media/DCIM/100APPLE/IMG_" +
+                std::to_string(1000 + line) + ".JPG, 2.1 MB in 0.03 s\n";
+    }
+    return text;
+}
+
+TEST_P(Pages, ofAllKindsHaveTheirParts)
+{
+    resize(GetParam());
+    look("system.log", logText());
+    look("data.sqlite", std::string("SQLite format 3\0\x10\0\1\1\0", 21) + logText());
+    look("photo.png", encoded(landscape(), "PNG"));
+    look("broken.jpg", "\xff\xd8\xff and no picture");
+#if defined(SLICEWISE_HAS_PDF)
+    look("paper.pdf", paper());
+#endif
+}
+
+TEST_P(Pages, showAllThatIsKnownAndTheMenuInside)
+{
+    resize(GetParam());
+    preview.directory.writeFile("a long name of a file that somebody gave it.log", logText());
+    for (const bool dark : {false, true}) {
+        setDark(dark);
+        present("presentPreview", "/a long name of a file that somebody gave it.log");
+        settle();
+        find("facts")->setProperty("open", true);
+        EXPECT_TRUE(eventually([&] {
+            const QQuickItem *facts = find("facts");
+            return facts->height() == facts->implicitHeight();
+        }));
+        settle();
+        EXPECT_GT(find("content")->height(), 60);
+        savePicture(pictureName("facts", dark));
+        tap("actions");
+        settleMenu();
+        for (const char *part : {"action0", "action2", "cancel"}) {
+            const QQuickItem *item = find(part);
+            const QRectF place = item->mapRectToScene({0, 0, item->width(), item->height()});
+            EXPECT_TRUE(QRectF(QPointF(), window.size()).contains(place)) << part;
+            EXPECT_GE(place.height(), 44);
+        }
+        settle();
+        savePicture(pictureName("menu", dark));
+        QTest::keyClick(&window, Qt::Key_Escape);
+        QTest::keyClick(&window, Qt::Key_Escape);
+        EXPECT_TRUE(eventually([&] { return !isActive(); }));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, Pages,
+                         testing::Values(QSize(390, 844), QSize(844, 390), QSize(320, 480), QSize(820, 1180),
+                                         QSize(1180, 820), QSize(1600, 1000)),
+                         [](const testing::TestParamInfo<QSize> &size) {
+                             return std::to_string(size.param.width()) + "x" +
+                                    std::to_string(size.param.height());
+                         });
 
 } // namespace
 
