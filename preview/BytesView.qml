@@ -12,18 +12,23 @@ ListView {
     required property Document document
     required property string fixedFontFamily
 
-    readonly property real columnGap: Theme.margin
+    readonly property real columnGap: view.width < 400 ? Theme.spacing : Theme.margin
     readonly property real letter: metrics.advanceWidth
     // Offset, gap, "00 " and one character for each byte, and a blank more in front of each eight.
     readonly property int fitting: {
         let best = 4
         for (const bytes of [8, 16, 32]) {
-            const letters = 8 + bytes * 4 - 1 + (bytes / 8 - 1)
-            if (letters * view.letter + 2 * view.columnGap + 2 * Theme.margin <= view.width)
+            const letters = 10 + bytes * 4 - 1 + (bytes / 8 - 1)
+            if (letters * view.letter + 2 * view.columnGap + 2 * Theme.spacing <= view.width)
                 best = bytes
         }
         return best
     }
+    // Of fixed width, so that all lines stand below one another, whatever is on them.
+    readonly property real offsetWidth: 10 * view.letter
+    readonly property real bytesWidth: (view.document.bytesOfLine * 3 - 1
+                                        + Math.ceil(view.document.bytesOfLine / 8) - 1) * view.letter
+    readonly property real charactersWidth: view.document.bytesOfLine * view.letter
     readonly property int textSize: view.width < 400 ? Math.min(Theme.smallTextSize, Theme.detailTextSize)
                                                      : Theme.detailTextSize
 
@@ -72,16 +77,20 @@ ListView {
             spacing: view.columnGap
 
             Letters {
+                width: view.offsetWidth
                 text: piece.offsets
+                horizontalAlignment: Text.AlignRight
                 color: Theme.secondaryTextColor
             }
             Letters {
                 id: bytes
 
+                width: view.bytesWidth
                 text: piece.pieceText
                 color: Theme.textColor
             }
             Letters {
+                width: view.charactersWidth
                 text: piece.characters
                 color: Theme.accentColor
             }
