@@ -2,6 +2,7 @@
 
 #include "app/Launch.h"
 #include "app/SystemFont.h"
+#include "chart/QtColor.h"
 #include "platform/OwnSystem.h"
 #include "platform/SystemVersion.h"
 #include "ui/RootText.h"
@@ -20,6 +21,7 @@
 // Made by the build for the types of each module; calling them keeps the linker from leaving those out.
 void qml_register_types_Slicewise_App();
 void qml_register_types_Slicewise_Chart();
+void qml_register_types_Slicewise_Preview();
 void qml_register_types_Slicewise_Ui();
 
 namespace slicewise {
@@ -32,6 +34,7 @@ void registerModules()
 {
     qml_register_types_Slicewise_Chart();
     qml_register_types_Slicewise_Ui();
+    qml_register_types_Slicewise_Preview();
     qml_register_types_Slicewise_App();
 }
 
@@ -43,7 +46,9 @@ Application::Application(const Options &options, std::unique_ptr<HostDevice> dev
       m_device(std::move(device)),
       m_log(log),
       m_idiom(options.idiom.value_or(idiomForScreen(screenSize()))),
-      m_appearance(options.appearance)
+      m_appearance(options.appearance),
+      m_presenter(*m_device),
+      m_documents({.device = m_device.get(), .log = &log})
 {
     const bool ownSystem = isOwnSystem(*m_device);
     if (mayDelete(options, privileges, ownSystem)) {
@@ -99,7 +104,7 @@ BrowserServices Application::services()
     return {.device = m_device.get(),
             .log = &m_log,
             .timers = m_timers.get(),
-            .documents = &m_documents,
+            .documents = &m_presenter,
             .idleTimer = m_idleTimer.get(),
             .backgroundTasks = nullptr,
             .idiom = m_idiom,
@@ -119,6 +124,8 @@ QWindow *Application::makeWindow(SZANavigationController &navigation)
     const QSize least = kLeastWindow.boundedTo(size);
     m_engine.setInitialProperties({{QStringLiteral("navigation"), QVariant::fromValue(&navigation)},
                                    {QStringLiteral("appearance"), QVariant::fromValue(&m_appearance)},
+                                   {QStringLiteral("documents"), QVariant::fromValue(&m_documents)},
+                                   {QStringLiteral("barTint"), barTint()},
                                    {QStringLiteral("pad"), m_idiom == UserInterfaceIdiom::Pad},
                                    {QStringLiteral("width"), size.width()},
                                    {QStringLiteral("height"), size.height()},
@@ -127,6 +134,12 @@ QWindow *Application::makeWindow(SZANavigationController &navigation)
     m_engine.load(QUrl(QStringLiteral("qrc:/qt-project.org/imports/Slicewise/App/Main.qml")));
     return m_engine.rootObjects().isEmpty() ? nullptr
                                             : qobject_cast<QWindow *>(m_engine.rootObjects().first());
+}
+
+QColor Application::barTint() const
+{
+    const std::optional<UIColor> &tint = m_delegate->navigationBarTintColor();
+    return tint ? toQColor(*tint) : QColor();
 }
 
 QSize Application::screenSize() const

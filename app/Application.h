@@ -13,10 +13,12 @@
 #include "platform/HostDevice.h"
 #include "platform/Log.h"
 #include "platform/Privileges.h"
-#include "ui/DocumentPresenter.h"
+#include "preview/Documents.h"
+#include "preview/HostDocumentPresenter.h"
 #include "ui/SZAViewController.h"
 #include "ui/Timers.h"
 
+#include <QColor>
 #include <QQmlApplicationEngine>
 #include <QTranslator>
 
@@ -47,6 +49,7 @@ public:
 private:
     [[nodiscard]] BrowserServices services();
     [[nodiscard]] QWindow *makeWindow(SZANavigationController &navigation);
+    [[nodiscard]] QColor barTint() const; ///< invalid: the bar has its own
     [[nodiscard]] QSize screenSize() const;
     void loadTranslation();
 
@@ -58,7 +61,8 @@ private:
     QTranslator m_translator;
     Appearance m_appearance;
     std::unique_ptr<Timers> m_timers = makeEventLoopTimers();
-    FileKindPresenter m_documents;
+    HostDocumentPresenter m_presenter;
+    Documents m_documents;
     std::unique_ptr<DesktopIdleTimer> m_idleTimer; ///< null: the buses are not to be trusted
     std::unique_ptr<SZAAppDelegate> m_delegate;
     QQmlApplicationEngine m_engine; ///< goes before what its windows show

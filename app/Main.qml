@@ -4,6 +4,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Window
 import Slicewise.App
+import Slicewise.Preview
 import Slicewise.Ui
 
 Window {
@@ -11,6 +12,9 @@ Window {
 
     required property SZANavigationController navigation
     required property Appearance appearance
+    required property Documents documents
+    /// Of systems whose bar knows of one tint alone; invalid: the bar has its own.
+    required property color barTint
     required property bool pad
 
     title: "Slicewise"
@@ -21,6 +25,13 @@ Window {
         target: Theme
         property: "dark"
         value: window.appearance.dark
+    }
+
+    Binding {
+        target: Theme
+        property: "barTint"
+        value: window.barTint
+        when: window.barTint.valid
     }
 
     Shortcut {
@@ -43,5 +54,6 @@ Window {
         id: sheets
 
         anchors.fill: parent
+        documents: window.documents
     }
 }
