@@ -126,8 +126,8 @@ ListView {
         cancelFlick();
         scrolling.stop();
         const from = contentY;
-        const modes = { [NodeTable.Top]: ListView.Beginning, [NodeTable.Middle]: ListView.Center,
-                        [NodeTable.Bottom]: ListView.End };
+        const modes = { [NodeTable.ScrollPosition.Top]: ListView.Beginning, [NodeTable.ScrollPosition.Middle]: ListView.Center,
+                        [NodeTable.ScrollPosition.Bottom]: ListView.End };
         positionViewAtIndex(row, modes[position]);
         const to = contentY;
         contentY = from;

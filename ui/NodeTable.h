@@ -68,6 +68,8 @@ public:
 
 class NodeTable : public QAbstractListModel {
     Q_OBJECT
+    // Two of its enumerations have a None.
+    Q_CLASSINFO("RegisterEnumClassesUnscoped", "false")
     QML_ELEMENT
     QML_UNCREATABLE("A screen has one")
     Q_PROPERTY(int selectedRow READ selectedRow NOTIFY selectedRowChanged)
