@@ -37,10 +37,8 @@ Q_SIGNALS:
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
-private Q_SLOTS:
-    void settingChanged(const QString &group, const QString &key, const QDBusVariant &value);
-
 private:
+    Q_SLOT void settingChanged(const QString &group, const QString &key, const QDBusVariant &value);
     void readSetting();
     void setDesktopsScheme(std::optional<bool> dark);
     void update();

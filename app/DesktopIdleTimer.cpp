@@ -60,8 +60,8 @@ QDBusMessage inhibitCall(std::size_t service)
 
 } // namespace
 
-DesktopIdleTimer::DesktopIdleTimer(const BusAddress &session, const BusAddress &system)
-    : m_sessionAddress(session), m_systemAddress(system)
+DesktopIdleTimer::DesktopIdleTimer(BusAddress session, BusAddress system)
+    : m_sessionAddress(std::move(session)), m_systemAddress(std::move(system))
 {}
 
 void DesktopIdleTimer::setIdleTimerDisabled(bool disabled)

@@ -23,8 +23,8 @@ class DesktopIdleTimer final : public QObject, public IdleTimer {
 
 public:
     /// The screen saver and the power manager are on the session's bus, the login manager on the system's.
-    explicit DesktopIdleTimer(const BusAddress &session = {.bus = BusAddress::Bus::Session},
-                              const BusAddress &system = {.bus = BusAddress::Bus::System});
+    explicit DesktopIdleTimer(BusAddress session = {.bus = BusAddress::Bus::Session},
+                              BusAddress system = {.bus = BusAddress::Bus::System});
 
     void setIdleTimerDisabled(bool disabled) override;
     /// Whether a service keeps it awake.

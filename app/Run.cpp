@@ -10,6 +10,7 @@
 #include <QGuiApplication>
 #include <QString>
 
+#include <array>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -73,8 +74,8 @@ int runApplication(const Options &options, Privileges &privileges, char *program
     logOfMessages = log.get();
     qInstallMessageHandler(handleMessage);
     int argumentCount = 1;
-    char *arguments[] = {programName, nullptr};
-    const QGuiApplication qt(argumentCount, arguments);
+    std::array<char *, 2> arguments = {programName, nullptr};
+    const QGuiApplication qt(argumentCount, arguments.data());
     Application application(options, std::move(device).value(), privileges, *log);
     if (!application.launch()) {
         tell("The window could not be made. It is damaged; install it anew.");

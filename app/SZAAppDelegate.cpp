@@ -65,7 +65,7 @@ void SZAAppDelegate::applicationStateChanged(Qt::ApplicationState state)
     }
 }
 
-void SZAAppDelegate::generateLizards()
+void SZAAppDelegate::generateLizards() const
 {
     m_services.log->line("Generating Lizards...");
 }

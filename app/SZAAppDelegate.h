@@ -34,7 +34,7 @@ public:
     /// Calls the above as the application becomes visible, hidden or stopped.
     void applicationStateChanged(Qt::ApplicationState state);
 
-    void generateLizards();
+    void generateLizards() const;
 
     [[nodiscard]] QWindow *window() const { return m_window; }
     void setWindow(QWindow *window) { m_window = window; }
