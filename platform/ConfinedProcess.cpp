@@ -53,6 +53,7 @@ const std::vector<std::string> &confinedEnvironment()
         "HOME=/nonexistent",
         "QT_QPA_PLATFORM=offscreen",
         "QT_QPA_PLATFORMTHEME=none",
+        "QT_MEDIA_BACKEND=ffmpeg", // it needs no programs of its own, which may not be started
         "QT_LOGGING_RULES=*=false",
 #if defined(__SANITIZE_ADDRESS__)
         "ASAN_OPTIONS=detect_leaks=0", // what is killed leaks nothing

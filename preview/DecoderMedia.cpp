@@ -1,6 +1,7 @@
 // Sound and film: plays the sound itself, and hands out frames as they are asked for.
 #include "preview/DecoderFile.h"
 
+#include <QAudioDevice>
 #include <QAudioOutput>
 #include <QCoreApplication>
 #include <QMediaDevices>
@@ -32,7 +33,11 @@ public:
     MediaDecoding(DecoderFile &file, DecoderConnection &connection)
         : m_connection(connection), m_notifier(connection.descriptor(), QSocketNotifier::Read)
     {
-        m_player.setAudioOutput(&m_sound);
+        // Without a device to play on the player would not get over it; it then keeps time by itself.
+        if (!QMediaDevices::defaultAudioOutput().isNull()) {
+            m_sound.emplace();
+            m_player.setAudioOutput(&*m_sound);
+        }
         m_player.setVideoSink(&m_sink);
         m_report.setInterval(kReportMs);
         QObject::connect(&m_report, &QTimer::timeout, &m_player, [this] { report(); });
@@ -141,7 +146,7 @@ private:
 
     DecoderConnection &m_connection;
     QSocketNotifier m_notifier;
-    QAudioOutput m_sound;
+    std::optional<QAudioOutput> m_sound;
     QVideoSink m_sink;
     QMediaPlayer m_player;
     QTimer m_report;

@@ -12,7 +12,10 @@ Item {
     readonly property string summary: panel.document.kindText + " · " + panel.document.sizeText
         + (panel.document.detailText.length > 0 ? " · " + panel.document.detailText : "")
 
-    implicitHeight: column.implicitHeight + Theme.spacing
+    // The most that it may take; what is more is scrolled.
+    property real mostHeight: Infinity
+
+    implicitHeight: Math.min(panel.mostHeight, column.implicitHeight + Theme.spacing)
     height: implicitHeight
     clip: true
 
@@ -43,67 +46,74 @@ Item {
         }
     }
 
-    Column {
-        id: column
+    Flickable {
+        anchors.fill: parent
+        contentHeight: column.height + Theme.spacing
+        interactive: contentHeight > height + 1
+        boundsBehavior: Flickable.StopAtBounds
 
-        x: Theme.margin
-        width: panel.width - 2 * Theme.margin
-        spacing: Theme.spacing
+        Column {
+            id: column
 
-        Item {
-            width: parent.width
-            height: Math.max(Theme.touchSize, line.implicitHeight + Theme.spacing)
-            Accessible.role: Accessible.Button
-            Accessible.name: panel.summary
-            Accessible.onPressAction: panel.open = !panel.open
+            x: Theme.margin
+            width: panel.width - 2 * Theme.margin
+            spacing: Theme.spacing
 
-            Text {
-                id: line
+            Item {
+                width: parent.width
+                height: Math.max(Theme.touchSize, line.implicitHeight + Theme.spacing)
+                Accessible.role: Accessible.Button
+                Accessible.name: panel.summary
+                Accessible.onPressAction: panel.open = !panel.open
 
-                anchors.verticalCenter: parent.verticalCenter
-                width: parent.width - sign.width - Theme.spacing
-                text: panel.summary
-                textFormat: Text.PlainText
-                elide: Text.ElideRight
-                font.pixelSize: Theme.detailTextSize
-                color: Theme.secondaryTextColor
+                Text {
+                    id: line
+
+                    anchors.verticalCenter: parent.verticalCenter
+                    width: parent.width - sign.width - Theme.spacing
+                    text: panel.summary
+                    textFormat: Text.PlainText
+                    elide: Text.ElideRight
+                    font.pixelSize: Theme.detailTextSize
+                    color: Theme.secondaryTextColor
+                }
+
+                Text {
+                    id: sign
+
+                    anchors.right: parent.right
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: panel.open ? qsTr("Less") : qsTr("Details")
+                    textFormat: Text.PlainText
+                    font.pixelSize: Theme.detailTextSize
+                    color: Theme.accentColor
+                }
+
+                TapHandler { onTapped: panel.open = !panel.open }
             }
 
-            Text {
-                id: sign
+            Grid {
+                width: parent.width
+                visible: panel.open
+                columns: panel.width >= 560 ? 2 : 1
+                columnSpacing: Theme.margin
+                rowSpacing: Theme.spacing
 
-                anchors.right: parent.right
-                anchors.verticalCenter: parent.verticalCenter
-                text: panel.open ? qsTr("Less") : qsTr("Details")
-                textFormat: Text.PlainText
-                font.pixelSize: Theme.detailTextSize
-                color: Theme.accentColor
+                readonly property real cell: (width - (columns - 1) * columnSpacing) / columns
+
+                Fact { width: parent.cell; label: qsTr("Name"); text: panel.document.name }
+                Fact { width: parent.cell; label: qsTr("Kind"); text: panel.document.kindText }
+                Fact {
+                    width: parent.cell
+                    label: qsTr("Size")
+                    text: qsTr("%1 (%2)").arg(panel.document.sizeText).arg(panel.document.exactSizeText)
+                }
+                Fact { width: parent.cell; label: qsTr("Changed"); text: panel.document.modifiedText }
+                Fact { width: parent.cell; label: qsTr("Made"); text: panel.document.createdText }
+                Fact { width: parent.cell; label: qsTr("Where"); text: panel.document.pathText }
             }
 
-            TapHandler { onTapped: panel.open = !panel.open }
+            Item { width: 1; height: 1; visible: panel.open }
         }
-
-        Grid {
-            width: parent.width
-            visible: panel.open
-            columns: panel.width >= 560 ? 2 : 1
-            columnSpacing: Theme.margin
-            rowSpacing: Theme.spacing
-
-            readonly property real cell: (width - (columns - 1) * columnSpacing) / columns
-
-            Fact { width: parent.cell; label: qsTr("Name"); text: panel.document.name }
-            Fact { width: parent.cell; label: qsTr("Kind"); text: panel.document.kindText }
-            Fact {
-                width: parent.cell
-                label: qsTr("Size")
-                text: qsTr("%1 (%2)").arg(panel.document.sizeText).arg(panel.document.exactSizeText)
-            }
-            Fact { width: parent.cell; label: qsTr("Changed"); text: panel.document.modifiedText }
-            Fact { width: parent.cell; label: qsTr("Made"); text: panel.document.createdText }
-            Fact { width: parent.cell; label: qsTr("Where"); text: panel.document.pathText }
-        }
-
-        Item { width: 1; height: 1; visible: panel.open }
     }
 }

@@ -179,6 +179,7 @@ Rectangle {
             objectName: "facts"
             width: parent.width
             document: page.document
+            mostHeight: Math.round(page.height * 0.6)
         }
 
         Rectangle {

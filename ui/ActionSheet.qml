@@ -67,6 +67,7 @@ FocusScope {
     Column {
         id: column
 
+        objectName: "card"
         anchors.horizontalCenter: parent.horizontalCenter
         width: sheet.cardWidth
         spacing: Theme.spacing

@@ -1,4 +1,5 @@
-// What a decoder may answer: whatever it sends, what is taken from it was asked for and is as large as it says.
+// What a decoder may answer: whatever it sends, what is taken from it was asked for and is as large as it
+// says.
 
 #include "preview/DecoderMessages.h"
 #include "tests/fuzz/Require.h"
@@ -19,8 +20,10 @@ constexpr DrawRequest kSecond{.ticket = 2, .page = 0, .width = 3, .height = 5};
 void check(const PictureAnswer &picture, std::size_t number)
 {
     const DrawRequest &asked = number == 0 ? kFirst : kSecond;
-    require(number < 2 && picture.ticket == asked.ticket, "only pictures that were asked for, in their order");
-    require(picture.width <= asked.width && picture.height <= asked.height, "no picture is larger than asked");
+    require(number < 2 && picture.ticket == asked.ticket,
+            "only pictures that were asked for, in their order");
+    require(picture.width <= asked.width && picture.height <= asked.height,
+            "no picture is larger than asked");
     require(picture.pixels.size() == std::size_t{picture.width} * picture.height * 4, "all pixels are there");
 }
 
@@ -42,7 +45,8 @@ std::string answersOf(std::string_view bytes, std::size_t step)
             } else if (const auto *failed = std::get_if<FailedAnswer>(&*answer)) {
                 drawn += failed->ticket != 0 ? 1 : 0;
             } else if (const auto *opened = std::get_if<OpenedAnswer>(&*answer)) {
-                require(!opened->pages.empty() && opened->pages.size() <= AnswerLimits::kMostPages, "some pages");
+                require(!opened->pages.empty() && opened->pages.size() <= AnswerLimits::kMostPages,
+                        "some pages");
             }
             all += encodeAnswer(*answer);
         }
@@ -62,7 +66,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (requests.feed(bytes)) {
         while (const auto request = requests.next()) {
             const auto *draw = std::get_if<DrawRequest>(&*request);
-            require(draw == nullptr || isDrawable(draw->width, draw->height), "what is asked for can be drawn");
+            require(draw == nullptr || isDrawable(draw->width, draw->height),
+                    "what is asked for can be drawn");
         }
     }
     return 0;

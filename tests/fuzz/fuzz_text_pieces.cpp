@@ -63,7 +63,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             while (skipped < 4 && text.compare(at + skipped, piece.size(), piece) != 0) {
                 ++skipped;
             }
-            const bool isFound = at + skipped <= text.size() && text.compare(at + skipped, piece.size(), piece) == 0;
+            const bool isFound =
+                at + skipped <= text.size() && text.compare(at + skipped, piece.size(), piece) == 0;
             require(isFound, "the pieces are the text");
             at += skipped + piece.size();
         }

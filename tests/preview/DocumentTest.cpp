@@ -335,6 +335,48 @@ TEST(PdfDocuments, areDrawnPageByPage)
 }
 #endif
 
+#if defined(SLICEWISE_HAS_MULTIMEDIA)
+/// Two seconds of nothing, sixteen bits, one channel.
+std::string silence()
+{
+    const auto number = [](std::uint32_t value, std::size_t bytes) {
+        std::string text;
+        for (std::size_t i = 0; i < bytes; ++i) {
+            text += static_cast<char>((value >> (8 * i)) & 0xffU);
+        }
+        return text;
+    };
+    constexpr std::uint32_t kRate = 22'050;
+    const std::string samples(std::size_t{kRate} * 2 * 2, '\0');
+    const auto length = static_cast<std::uint32_t>(samples.size());
+    return "RIFF" + number(36 + length, 4) + "WAVEfmt " + number(16, 4) + number(1, 2) + number(1, 2) +
+           number(kRate, 4) + number(kRate * 2, 4) + number(2, 2) + number(16, 2) + "data" +
+           number(length, 4) + samples;
+}
+
+TEST(Sounds, tellHowLongTheyAreAndPlayAndPause)
+{
+    Preview preview;
+    Document *document = preview.showBytesOf("x.wav", silence());
+    ASSERT_EQ(document->view(), View::Media) << text(document->message());
+    EXPECT_EQ(document->durationMs(), 2000);
+    EXPECT_FALSE(document->hasVideo());
+    EXPECT_FALSE(document->isPlaying());
+    document->play();
+    EXPECT_TRUE(eventually([&] { return document->isPlaying(); }));
+    document->pause();
+    EXPECT_TRUE(eventually([&] { return !document->isPlaying(); }));
+}
+
+TEST(Sounds, thatAreNoneHaveASentence)
+{
+    Preview preview;
+    Document *document = preview.showBytesOf("x.flac", "fLaC" + std::string(100, '\x7e'));
+    EXPECT_EQ(document->view(), View::Notice);
+    EXPECT_TRUE(document->hasBytes());
+}
+#endif
+
 TEST(Files, thatAreDamagedCostOnlyTheirOwnPreview)
 {
     std::vector<std::pair<std::string, std::string>> whole = {

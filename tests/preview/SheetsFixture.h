@@ -185,10 +185,11 @@ protected:
     /// The menu has come to where it stays.
     void settleMenu()
     {
+        const QQuickItem *card = find("card");
         EXPECT_TRUE(eventually([&] {
-            QQuickItem *cancel = find("cancel");
-            const double bottom = cancel->mapToScene({0, cancel->height()}).y();
-            return std::abs(bottom - (window.height() - 8)) < 1 || window.width() >= 560;
+            const double bottom = card->y() + card->height();
+            return card->opacity() == 1 && card->scale() == 1 &&
+                   (window.width() >= 560 || std::abs(bottom - (window.height() - 8)) < 1);
         }));
     }
     [[nodiscard]] QQuickItem *findOrNull(const char *name) const { return findIn(sheets, name); }
