@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint64_t kMostDataBytes = std::uint64_t{1} << 30U;
 constexpr std::uint64_t kMostSeconds = 120;
-constexpr std::uint64_t kMostSecondsOfMedia = 6 * 3600; // it works for as long as it plays
+constexpr std::uint64_t kMostSecondsOfMedia = std::uint64_t{6} * 3600; // it works for as long as it plays
 
 Confinement confinementFor(DecoderTask task)
 {

@@ -161,19 +161,18 @@ void Document::startDecoder(DecoderTask task)
         decodingFailed(failureText(FailedAnswer::Why::NotInstalled));
         return;
     }
-    m_decoder = std::make_unique<DecoderThread>(
-        DecoderStart{.program = m_origin.decoder,
-                     .task = task,
-                     .file = std::move(descriptor).value(),
-                     .mostPatience = m_origin.mostPatience},
-        [this](std::optional<Answer> answer) {
-            QMetaObject::invokeMethod(
-                this, [this, answer = std::move(answer)]() mutable { answered(std::move(answer)); },
-                Qt::QueuedConnection);
-        });
+    DecoderStart start{.program = m_origin.decoder,
+                       .task = task,
+                       .file = std::move(descriptor).value(),
+                       .mostPatience = m_origin.mostPatience};
+    m_decoder = std::make_unique<DecoderThread>(std::move(start), [this](std::optional<Answer> answer) {
+        const auto sent = std::make_shared<std::optional<Answer>>(std::move(answer));
+        QMetaObject::invokeMethod(
+            this, [this, sent] { answered(*sent); }, Qt::QueuedConnection);
+    });
 }
 
-void Document::answered(std::optional<Answer> answer)
+void Document::answered(const std::optional<Answer> &answer)
 {
     if (m_decoder == nullptr) { // it was sent before we let the decoder go
         return;

@@ -132,7 +132,7 @@ private:
     void show(View view, const QString &message = {});
     void showText(std::shared_ptr<ReadableFile> file, std::uint64_t sizeBytes, const std::string &head);
     void startDecoder(DecoderTask task);
-    void answered(std::optional<Answer> answer);
+    void answered(const std::optional<Answer> &answer);
     void received(const OpenedAnswer &opened);
     void received(const PictureAnswer &picture);
     void received(const TextAnswer &text);
