@@ -1,6 +1,7 @@
 #include "app/Appearance.h"
 
 #include <QDBusMessage>
+#include <QDBusVariant>
 #include <QEvent>
 #include <QGuiApplication>
 #include <QPalette>
@@ -66,10 +67,10 @@ void Appearance::followDesktop(const BusAddress &session)
     connectToBus(session, *this, [this](const std::optional<QDBusConnection> &connected) {
         m_session = connected;
         if (m_session) {
-            // From any sender: naming one means waiting for the bus to say who that is.
+            // From any sender: naming one means waiting for the bus to say who that is. As a whole message: a
+            // slot with parameters of its own is refused now and then, by a race within Qt.
             m_session->connect(QString(), QString::fromLatin1(kPath), QString::fromLatin1(kInterface),
-                               QStringLiteral("SettingChanged"), this,
-                               SLOT(settingChanged(QString, QString, QDBusVariant)));
+                               QStringLiteral("SettingChanged"), this, SLOT(settingChanged(QDBusMessage)));
             readSetting();
         } else {
             Q_EMIT desktopAnswered();
@@ -91,10 +92,12 @@ void Appearance::readSetting()
     });
 }
 
-void Appearance::settingChanged(const QString &group, const QString &key, const QDBusVariant &value)
+void Appearance::settingChanged(const QDBusMessage &message)
 {
-    if (group == QLatin1String(kGroup) && key == QLatin1String(kKey)) {
-        setDesktopsScheme(darkOfScheme(value.variant()));
+    const QList<QVariant> arguments = message.arguments();
+    if (arguments.value(0).toString() == QLatin1String(kGroup) &&
+        arguments.value(1).toString() == QLatin1String(kKey)) {
+        setDesktopsScheme(darkOfScheme(arguments.value(2)));
     }
 }
 

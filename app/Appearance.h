@@ -8,7 +8,7 @@
 #include "app/Options.h"
 
 #include <QDBusConnection>
-#include <QDBusVariant>
+#include <QDBusMessage>
 #include <QObject>
 #include <QtQmlIntegration>
 
@@ -38,7 +38,7 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    Q_SLOT void settingChanged(const QString &group, const QString &key, const QDBusVariant &value);
+    Q_SLOT void settingChanged(const QDBusMessage &message);
     void readSetting();
     void setDesktopsScheme(std::optional<bool> dark);
     void update();
