@@ -84,11 +84,11 @@ public:
         SelectableRole,          ///< "selectable": bool, whether a tap would do something
         EditableRole,            ///< "editable": bool, whether the row can be deleted now
     };
-    // A whole int: scripts read that much of it.
+    // Whole ints: scripts read that much of them.
     enum class ScrollPosition : int { None = 0, Top = 1, Middle = 2, Bottom = 3 };
     Q_ENUM(ScrollPosition)
     /// How rows leave; Automatic leaves it to whoever draws the table.
-    enum class RowAnimation : unsigned char { Fade = 0, None = 5, Automatic = 100 };
+    enum class RowAnimation : int { Fade = 0, None = 5, Automatic = 100 };
     Q_ENUM(RowAnimation)
 
     NodeTable() = default;
