@@ -1,13 +1,12 @@
 #include "cli/Arguments.h"
 
 #include "SlicewiseVersion.h"
+#include "ui/WholeArguments.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <initializer_list>
-#include <string_view>
 #include <utility>
 
 namespace slicewise {
@@ -46,41 +45,6 @@ const CLI::Option *firstGiven(std::initializer_list<const std::vector<CLI::Optio
         }
     }
     return nullptr;
-}
-
-// ---- arguments in brackets: the parser would take "[a,b]" apart as a list of several
-
-constexpr char kWhole = '\1'; ///< in front of such an argument, while the parser has it
-
-bool looksLikeList(std::string_view argument)
-{
-    argument.remove_prefix(std::min(argument.find_first_not_of(kWhole), argument.size()));
-    return argument.starts_with('[') && argument.ends_with(']');
-}
-
-std::vector<std::string> keptWhole(int argc, const char *const *argv)
-{
-    std::vector<std::string> arguments(argv, argv + argc);
-    for (std::string &argument : arguments) {
-        if (looksLikeList(argument)) {
-            argument.insert(argument.begin(), kWhole);
-        }
-    }
-    return arguments;
-}
-
-void asTyped(std::string &argument)
-{
-    if (argument.starts_with(kWhole) && looksLikeList(argument)) {
-        argument.erase(0, 1);
-    }
-}
-
-void asTyped(std::vector<std::string> &arguments)
-{
-    for (std::string &argument : arguments) {
-        asTyped(argument);
-    }
 }
 
 void parse(CLI::App &app, int argc, const char *const *argv)
@@ -152,7 +116,7 @@ Arguments readArguments(int argc, const char *const *argv)
         return ArgumentsAnswer{.text = "slicewise-cli " SLICEWISE_VERSION "\n", .status = 0};
     } catch (const CLI::ParseError &error) {
         std::string sentence = error.what();
-        std::erase(sentence, kWhole);
+        asTypedWithin(sentence);
         return wrongUsage(std::move(sentence));
     }
     for (std::string *typed : {&scan.root, &scan.path}) {

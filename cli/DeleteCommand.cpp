@@ -5,6 +5,7 @@
 #include "cli/Scanning.h"
 #include "cli/Terminal.h"
 #include "delete/DeletionJob.h"
+#include "platform/OwnSystem.h"
 #include "ui/NameText.h"
 #include "ui/SizeText.h"
 
@@ -21,18 +22,6 @@
 namespace slicewise {
 
 namespace {
-
-/// Whether the device is the host's own "/", under whatever name it was given.
-bool isOwnSystem(const HostDevice &device)
-{
-    const Result<std::unique_ptr<HostDevice>> own = HostDevice::open("/");
-    if (!own) {
-        return device.hostPath("/").ok() && *device.hostPath("/") == "/";
-    }
-    const Result<FileStatus> here = device.status("/");
-    const Result<FileStatus> there = (*own)->status("/");
-    return here && there && here->identity == there->identity;
-}
 
 /// Why nothing may be deleted; absent where it may.
 std::optional<std::string> whyRefused(const DeleteArguments &arguments, const Privileges &privileges,

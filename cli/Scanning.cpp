@@ -1,45 +1,19 @@
 #include "cli/Scanning.h"
 
 #include "cli/Commands.h"
-#include "cli/Numbers.h"
 #include "cli/Progress.h"
 #include "cli/Terminal.h"
 #include "scan/ScanEngine.h"
-#include "ui/NameText.h"
-
-#include <fmt/format.h>
+#include "ui/RootText.h"
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
 #include <optional>
 #include <system_error>
 #include <utility>
 
 namespace slicewise {
-
-namespace {
-
-std::string whyNoRoot(const std::string &root, int error)
-{
-    const std::string shown = typableText(root);
-    switch (error) {
-    case ENOENT:
-        return fmt::format("There is no directory “{}”. Give --root one that exists.", shown);
-    case ENOTDIR:
-        return fmt::format(
-            "“{}” is not a directory. Mount or extract an image, and give --root that directory.", shown);
-    case EACCES:
-    case EPERM:
-        return fmt::format("“{}” may not be read by this user. Run it as root (with sudo).", shown);
-    default:
-        return fmt::format("“{}” could not be opened ({}). Give --root another directory.", shown,
-                           errorText(error));
-    }
-}
-
-} // namespace
 
 std::unique_ptr<HostDevice> openDevice(const std::string &root)
 {

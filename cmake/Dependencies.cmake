@@ -9,7 +9,10 @@
 #   slicewise::plist                property lists
 #   slicewise::sqlite3              SQLite
 #   Threads::Threads                threads
+#   Qt6::Pdf, Qt6::Multimedia       previews of such files, where they are installed
+#   slicewise::uchardet             which encoding a text has
 #   Qt6::Quick, Qt6::QuickControls2 the window, in builds with SLICEWISE_BUILD_GUI (slicewise_qt_library, ...)
+#   Qt6::DBus                       the services of a desktop, there too
 #   GTest::gtest_main, GTest::gmock tests (slicewise_test links them)
 #   benchmark::benchmark            benchmarks
 #
@@ -38,7 +41,12 @@ pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET GLOBAL sqlite3)
 add_library(slicewise::sqlite3 ALIAS PkgConfig::SQLITE3)
 
 if(SLICEWISE_BUILD_GUI)
-    find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Qml Quick QuickControls2)
+    find_package(Qt6 6.4 REQUIRED COMPONENTS Core DBus Gui Qml Quick QuickControls2)
+    # Without them files of these kinds are shown as bytes.
+    find_package(Qt6Pdf 6.4 QUIET)
+    find_package(Qt6Multimedia 6.4 QUIET)
+    pkg_check_modules(UCHARDET REQUIRED IMPORTED_TARGET GLOBAL uchardet)
+    add_library(slicewise::uchardet ALIAS PkgConfig::UCHARDET)
     if(SLICEWISE_BUILD_TESTS)
         find_package(Qt6 6.4 REQUIRED COMPONENTS Test QuickTest)
     endif()

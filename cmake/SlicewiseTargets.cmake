@@ -63,6 +63,10 @@ function(slicewise_no_warnings_in_generated_sources name)
         endif()
     endforeach()
     set_source_files_properties(${generated} PROPERTIES COMPILE_OPTIONS -w)
+    # Of a static library Qt compiles the QML files in a target of its own.
+    if(TARGET ${name}_qmlcache)
+        target_compile_options(${name}_qmlcache PRIVATE -w)
+    endif()
 endfunction()
 
 # Meta-objects, and a QML module where QML_URI names one: the target's QML_ELEMENT types and QML_FILES.

@@ -3,11 +3,15 @@
 #include "platform/OpenFiles.h"
 
 #include <fcntl.h>
+#if defined(__linux__)
+#include <sys/prctl.h>
+#endif
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -244,13 +248,57 @@ bool keepOnlyStreamsOfTheirDirection()
     return true;
 }
 
+bool isNowAt(int descriptor, int place)
+{
+    return descriptor < 0 || ::dup2(descriptor, place) >= 0;
+}
+
+/// The given descriptors lie above the standard ones, so none overwrites another.
+bool redirectStreams(const ChildStart &start)
+{
+    return isNowAt(start.input, STDIN_FILENO) && isNowAt(start.output, STDOUT_FILENO) &&
+           isNowAt(start.output, STDERR_FILENO) && isNowAt(start.errors, STDERR_FILENO);
+}
+
+template <typename Resource> bool limitTo(Resource resource, ::rlim_t most)
+{
+    struct rlimit limit = {};
+    if (::getrlimit(resource, &limit) != 0) {
+        return false;
+    }
+    limit.rlim_max = std::min(limit.rlim_max, most);
+    limit.rlim_cur = std::min(limit.rlim_cur, limit.rlim_max);
+    return ::setrlimit(resource, &limit) == 0;
+}
+
+bool confine(const Confinement &confinement, ::pid_t maker)
+{
+#if defined(__SANITIZE_ADDRESS__)
+    const bool hasRoom = true; // its map of all memory counts as data
+#else
+    const bool hasRoom = confinement.mostDataBytes == 0 || limitTo(RLIMIT_DATA, confinement.mostDataBytes);
+#endif
+    bool done = hasRoom && limitTo(RLIMIT_CORE, 0) && limitTo(RLIMIT_FSIZE, 0) &&
+                limitTo(RLIMIT_CPU, confinement.mostSeconds);
+#if defined(__linux__)
+    // NOLINTBEGIN(cppcoreguidelines-pro-type-vararg): its only form
+    done = done && ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && ::prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 &&
+           ::getppid() == maker; // else it has ended before we asked
+    // NOLINTEND(cppcoreguidelines-pro-type-vararg)
+#else
+    static_cast<void>(maker);
+#endif
+    return done;
+}
+
 /// Other threads may have held any lock when the process was doubled, so nothing here allocates, prints or
 /// runs what is to be run at exit.
-[[noreturn]] void beChild(Program &program, int output, UserIds ids)
+[[noreturn]] void beChild(Program &program, const ChildStart &start, ::pid_t maker)
 {
     takeBackSignals();
-    const bool redirected =
-        output < 0 || (::dup2(output, STDOUT_FILENO) >= 0 && ::dup2(output, STDERR_FILENO) >= 0);
+    const UserIds ids = start.ids;
+    const bool redirected = redirectStreams(start);
+    const bool confined = !start.confinement || confine(*start.confinement, maker);
     // A failure matters only where the program would not be all root; any other user gains nothing by it.
     const ::uid_t user = ::geteuid();
     const bool becomesRoot = ids == UserIds::AllAsTheEffectiveOne && user == 0 && ::getuid() != 0;
@@ -260,7 +308,7 @@ bool keepOnlyStreamsOfTheirDirection()
     if (becomesRoot) {
         leaveWhatTheUserHasSet();
     }
-    if (redirected && hasItsIds && hasItsStreams) {
+    if (redirected && confined && hasItsIds && hasItsStreams) {
         program.execute();
     }
     ::_exit(kNotExecuted);
@@ -301,7 +349,26 @@ std::optional<Pipe> makePipe()
     return made;
 }
 
-::pid_t startChild(const ChildStart &start)
+namespace {
+
+enum class Belongs : std::uint8_t { ToUs, ToNobody };
+
+/// Makes one more child, for which nobody answers, and ends.
+[[noreturn]] void beMakerOfOrphan(Program &program, const ChildStart &start)
+{
+#if defined(__GLIBC__)
+    const ::pid_t child = ::_Fork(); // the one that may be called in a fork
+#else
+    const ::pid_t child = ::fork();
+#endif
+    if (child == 0) {
+        ::setsid();
+        beChild(program, start, ::getppid());
+    }
+    ::_exit(child > 0 ? 0 : kNotExecuted);
+}
+
+::pid_t makeChild(const ChildStart &start, Belongs belongs)
 {
     Program program(start.program, start.arguments, start.environment);
     letChildrenBeWaitedFor();
@@ -309,16 +376,32 @@ std::optional<Pipe> makePipe()
     ::sigset_t ours;
     ::sigfillset(&all);
     ::pthread_sigmask(SIG_SETMASK, &all, &ours);
+    const ::pid_t maker = ::getpid();
     ::pid_t child = -1;
     {
         const auto lock = noChildMeanwhile();
         child = ::fork();
+        if (child == 0 && belongs == Belongs::ToNobody) {
+            beMakerOfOrphan(program, start);
+        }
         if (child == 0) {
-            beChild(program, start.output, start.ids);
+            beChild(program, start, maker);
         }
     }
     ::pthread_sigmask(SIG_SETMASK, &ours, nullptr);
     return child;
+}
+
+} // namespace
+
+::pid_t startChild(const ChildStart &start)
+{
+    return makeChild(start, Belongs::ToUs);
+}
+
+bool startDetached(const ChildStart &start)
+{
+    return waitToTheEnd(makeChild(start, Belongs::ToNobody)) == 0;
 }
 
 std::optional<int> waitFor(::pid_t child, int options)

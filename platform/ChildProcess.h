@@ -27,12 +27,22 @@ struct Pipe {
 
 enum class UserIds : std::uint8_t { Kept, AllAsTheEffectiveOne };
 
+/// What a child may use up, and what becomes of it. It can't gain rights by executing anything, writes no
+/// file and no core, and is killed when the thread that made it ends.
+struct Confinement {
+    std::uint64_t mostDataBytes = 0; ///< RLIMIT_DATA; 0: no limit
+    std::uint64_t mostSeconds = 0;   ///< of the processor
+};
+
 struct ChildStart {
     std::string program;                  ///< looked up on our PATH as execvp(3) does
     std::vector<std::string> arguments;   ///< the program's name first
     std::vector<std::string> environment; ///< "NAME=value"
     int output = -1;                      ///< becomes its standard output and error; -1: they are ours
     UserIds ids = UserIds::Kept;
+    int input = -1;  ///< becomes its standard input; -1: it is ours
+    int errors = -1; ///< becomes its standard error, whatever the output is
+    std::optional<Confinement> confinement = {};
 };
 /// The child's process id, or -1 where none could be made. It ends with status 1 where the program can't be
 /// executed. No signal is blocked in it, none that we handle is handled, SIGPIPE ends it, and it has no
@@ -42,6 +52,10 @@ struct ChildStart {
 ///
 /// Where we ignore SIGCHLD, so that a child could not be waited for, we no longer do so afterwards.
 [[nodiscard]] ::pid_t startChild(const ChildStart &start);
+
+/// Starts a program that is nobody's child: in a session of its own, and not to be waited for. False where no
+/// child could be made; whether the program can be executed is not told.
+[[nodiscard]] bool startDetached(const ChildStart &start);
 
 /// The wait status of what could not be waited for: that of the exit status 255.
 inline constexpr int kNoStatus = 255 << 8;

@@ -51,6 +51,16 @@ public:
 
 } // namespace
 
+Result<FileTimes> ReadableFile::times() const
+{
+    return ErrorNumber{ENOTSUP};
+}
+
+Result<UniqueFd> ReadableFile::descriptor() const
+{
+    return ErrorNumber{ENOTSUP};
+}
+
 void appendComponents(std::string &path, std::string_view rest)
 {
     while (!rest.empty()) {

@@ -7,6 +7,7 @@
 
 #include "platform/EntryChunk.h"
 #include "platform/Result.h"
+#include "platform/UniqueFd.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -84,6 +85,12 @@ public:
     virtual Result<Progress> next(EntryChunk &chunk) = 0;
 };
 
+/// When a file was changed and made: seconds since the beginning of 1970 in UTC. Absent where it is not told.
+struct FileTimes {
+    std::optional<std::int64_t> modifiedSeconds;
+    std::optional<std::int64_t> createdSeconds;
+};
+
 /// A regular file that is open for reading. Any thread may use it, one at a time; closing gives back its
 /// locks.
 class ReadableFile {
@@ -101,6 +108,12 @@ public:
     /// one of them has; nothing is ever waited for. True where there is nothing to lock against.
     virtual Result<bool> lockShared(std::uint64_t offset, std::uint64_t length) = 0;
     virtual void unlock(std::uint64_t offset, std::uint64_t length) = 0;
+
+    // What only some files have; the others say ENOTSUP.
+
+    [[nodiscard]] virtual Result<FileTimes> times() const;
+    /// A descriptor of the same open file, to be handed to another process. Closed on exec.
+    [[nodiscard]] virtual Result<UniqueFd> descriptor() const;
 };
 
 /// Resolves many paths, remembering directories. What it has told of a directory stays true for it, whatever

@@ -57,4 +57,31 @@ void HostFile::unlock(std::uint64_t offset, std::uint64_t length)
     static_cast<void>(m_calls.lockRange(m_file.get(), F_UNLCK, offset, length));
 }
 
+Result<FileTimes> HostFile::times() const
+{
+    struct stat raw = {};
+    if (m_calls.statOpen(m_file.get(), &raw) != 0) {
+        return ErrorNumber{errno};
+    }
+    FileTimes times{.modifiedSeconds = raw.st_mtime, .createdSeconds = std::nullopt};
+#if defined(__linux__)
+    struct statx more = {};
+    if (::statx(m_file.get(), "", AT_EMPTY_PATH, STATX_BTIME, &more) == 0 &&
+        (more.stx_mask & STATX_BTIME) != 0) {
+        times.createdSeconds = more.stx_btime.tv_sec;
+    }
+#endif
+    return times;
+}
+
+Result<UniqueFd> HostFile::descriptor() const
+{
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-vararg): its only form
+    UniqueFd copy(::fcntl(m_file.get(), F_DUPFD_CLOEXEC, 0));
+    if (!copy) {
+        return ErrorNumber{errno};
+    }
+    return copy;
+}
+
 } // namespace slicewise

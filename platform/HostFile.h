@@ -18,6 +18,8 @@ public:
     [[nodiscard]] Result<std::uint64_t> sizeBytes() const override;
     Result<bool> lockShared(std::uint64_t offset, std::uint64_t length) override;
     void unlock(std::uint64_t offset, std::uint64_t length) override;
+    [[nodiscard]] Result<FileTimes> times() const override;
+    [[nodiscard]] Result<UniqueFd> descriptor() const override;
 
 private:
     UniqueFd m_file;

@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 
+#include <cstddef>
+
 namespace slicewise {
 
 namespace {
@@ -70,6 +72,54 @@ ObjcId ObjectiveC::classNamed(const char *name) const
 ObjectiveC::AnyFunction ObjectiveC::dispatchOf(ObjcId receiver, ObjcSelector *selector) const
 {
     return m_messageSend != nullptr ? m_messageSend : m_messageLookup(receiver, selector);
+}
+
+bool ObjectiveC::hasInstanceMethod(const char *className, const char *selectorName) const
+{
+    return instanceMethod(className, selectorName) != nullptr;
+}
+
+bool ObjectiveC::addClass(const char *name, const char *selectorName, ObjcMethod method) const
+{
+    ObjcId (*allocateClass)(ObjcId, const char *, std::size_t) = nullptr;
+    ObjcBool (*addMethod)(ObjcId, ObjcSelector *, ObjcMethod, const char *) = nullptr;
+    void (*registerClass)(ObjcId) = nullptr;
+    lookUp("objc_allocateClassPair", allocateClass);
+    lookUp("class_addMethod", addMethod);
+    lookUp("objc_registerClassPair", registerClass);
+    if (allocateClass == nullptr || addMethod == nullptr || registerClass == nullptr) {
+        return false;
+    }
+    const ObjcId made = allocateClass(classNamed("NSObject"), name, 0);
+    // An object, answered to the object itself and the selector.
+    if (made == nullptr || addMethod(made, m_registerName(selectorName), method, "@@:") == 0) {
+        return false;
+    }
+    registerClass(made);
+    return true;
+}
+
+bool ObjectiveC::exchangeInstanceMethods(const char *className, const char *otherClassName,
+                                         const char *selectorName) const
+{
+    void (*exchange)(ObjcMethodRecord *, ObjcMethodRecord *) = nullptr;
+    lookUp("method_exchangeImplementations", exchange);
+    ObjcMethodRecord *one = instanceMethod(className, selectorName);
+    ObjcMethodRecord *other = instanceMethod(otherClassName, selectorName);
+    if (exchange == nullptr || one == nullptr || other == nullptr) {
+        return false;
+    }
+    exchange(one, other);
+    return true;
+}
+
+ObjcMethodRecord *ObjectiveC::instanceMethod(const char *className, const char *selectorName) const
+{
+    ObjcMethodRecord *(*getMethod)(ObjcId, ObjcSelector *) = nullptr;
+    lookUp("class_getInstanceMethod", getMethod);
+    const ObjcId named = classNamed(className);
+    return getMethod != nullptr && named != nullptr ? getMethod(named, m_registerName(selectorName))
+                                                    : nullptr;
 }
 
 ObjcId ObjectiveC::text(const std::string &utf8) const

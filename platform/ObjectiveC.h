@@ -19,6 +19,7 @@ namespace slicewise {
 
 struct ObjcObject; // only ever behind a pointer
 struct ObjcSelector;
+struct ObjcMethodRecord;
 using ObjcId = ObjcObject *; ///< an object or a class; null is "nil"
 
 /// A truth value in messages: a byte on all systems, signed on some, in which anything but 0 means true.
@@ -26,6 +27,9 @@ using ObjcBool = unsigned char;
 
 /// What a name stands for in the process's default symbol scope, or null.
 [[nodiscard]] void *symbolInProcess(const char *name);
+
+/// A method without arguments that answers an object, in plain C++.
+using ObjcMethod = ObjcId (*)(ObjcId receiver, ObjcSelector *selector);
 
 class ObjectiveC {
 public:
@@ -54,6 +58,17 @@ public:
     /// What an object says of itself; "(null)" for nil and where it has nothing to say.
     [[nodiscard]] std::string description(ObjcId object) const;
 
+    /// Whether objects of the class have the method, of their own or from a class above. False without the
+    /// class.
+    [[nodiscard]] bool hasInstanceMethod(const char *className, const char *selectorName) const;
+    /// Makes a class with one method; it is there until the process ends. False where there is one of that
+    /// name already, and where the runtime makes none.
+    [[nodiscard]] bool addClass(const char *name, const char *selectorName, ObjcMethod method) const;
+    /// From now on each class answers the message with what the other one did; twice is as before. False,
+    /// with nothing changed, where one of them lacks the method, and where the runtime exchanges none.
+    [[nodiscard]] bool exchangeInstanceMethods(const char *className, const char *otherClassName,
+                                               const char *selectorName) const;
+
     /// Runs what sends messages, in an NSAutoreleasePool of its own. False where something was raised, which
     /// ended it there.
     [[nodiscard]] bool guarded(const std::function<void()> &body) const;
@@ -62,6 +77,7 @@ private:
     using AnyFunction = void (*)();
 
     ObjectiveC() = default;
+    [[nodiscard]] ObjcMethodRecord *instanceMethod(const char *className, const char *selectorName) const;
     [[nodiscard]] AnyFunction dispatchOf(ObjcId receiver, ObjcSelector *selector) const;
 
     ObjcId (*m_getClass)(const char *) = nullptr;

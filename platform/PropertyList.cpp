@@ -139,6 +139,20 @@ std::optional<PropertyList> PropertyList::parse(std::string_view bytes)
     return root != nullptr ? std::optional(PropertyList(root)) : std::nullopt;
 }
 
+std::optional<std::string> PropertyList::xml() const
+{
+    const PlainNumbers plainNumbers;
+    char *text = nullptr;
+    std::uint32_t size = 0;
+    plist_to_xml(m_root.get(), &text, &size);
+    if (text == nullptr) {
+        return std::nullopt;
+    }
+    std::string result(text, size);
+    plist_to_xml_free(text);
+    return result;
+}
+
 void PropertyList::Freer::operator()(void *node) const
 {
     plist_free(node);

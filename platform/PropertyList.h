@@ -67,6 +67,10 @@ public:
     /// they hold, and borrows nothing from them.
     static std::optional<PropertyList> parse(std::string_view bytes);
 
+    /// The whole list in the XML form, indented; absent where it can't be written so. Data and texts make it
+    /// larger than what was read, up to the limits above.
+    [[nodiscard]] std::optional<std::string> xml() const;
+
     [[nodiscard]] Value root() const { return Value(m_root.get()); }
 
 private:

@@ -24,11 +24,10 @@ FocusScope {
 
     property bool shown: false
     readonly property bool hasHead: sheet.title.length > 0 || sheet.message.length > 0
-    // Above the dark backdrop it has to stand out in dark colours too.
-    readonly property color cardColor: Theme.dark ? "#1e2128" : "#ffffff"
     readonly property bool wide: sheet.width >= 560
     readonly property bool popover: sheet.wide && sheet.fromBar
-    readonly property real cardWidth: sheet.popover ? 320 : sheet.wide ? 380 : Math.min(sheet.width - 2 * Theme.spacing, 480)
+    readonly property real cardWidth: sheet.popover ? 320 : sheet.wide ? 380
+                                                             : Math.min(sheet.width - 2 * Theme.spacing, 480)
 
     function open() {
         sheet.shown = true
@@ -98,7 +97,7 @@ FocusScope {
             width: parent.width
             height: Math.min(list.contentHeight, sheet.height - cancelButton.height - Theme.spacing * 3)
             radius: Theme.cornerRadius
-            color: sheet.cardColor
+            color: Theme.sheetColor
             clip: true
 
             Flickable {
@@ -178,7 +177,7 @@ FocusScope {
             width: parent.width
             height: cancelButton.height
             radius: Theme.cornerRadius
-            color: sheet.cardColor
+            color: Theme.sheetColor
             clip: true
 
             ActionSheetButton {

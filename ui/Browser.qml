@@ -1,4 +1,5 @@
-// The screens of a stack: fills a window, makes a page for each screen and lets fingers and keys go from one to the next.
+// The screens of a stack: fills a window, makes a page for each screen, and lets fingers and keys go from one to the
+// next.
 import QtQuick
 import Slicewise.Ui
 

@@ -12,7 +12,16 @@ Item {
     property real speed: 0
     readonly property real flingSpeed: 400
 
+    // The state of a finger's point then, which has no name in QML.
+    readonly property int released: 8
+
     width: 22
+
+    function lift() {
+        const fast = Math.abs(speed) > flingSpeed;
+        const back = fast ? speed > 0 : stack.progress < 0.5;
+        stack.letGo(back ? ScreenStack.GoBack : ScreenStack.Stay);
+    }
 
     DragHandler {
         id: finger
@@ -25,12 +34,15 @@ Item {
             if (active) {
                 edge.speed = 0;
                 edge.stack.pull();
-            } else {
-                const fast = Math.abs(edge.speed) > edge.flingSpeed;
-                const back = fast ? edge.speed > 0 : edge.stack.progress < 0.5;
-                edge.stack.letGo(back ? ScreenStack.GoBack : ScreenStack.Stay);
             }
         }
+        // A finger that is lifted gives up its grab, and so does one that is taken away; after that both are cancelled,
+        // when there is nothing left to stop for the first.
+        onGrabChanged: (transition, point) => {
+            if (transition === PointerDevice.UngrabExclusive && point.state === edge.released)
+                edge.lift();
+        }
+        onCanceled: edge.stack.letGo(ScreenStack.Stay)
         onActiveTranslationChanged: {
             if (!active)
                 return;
@@ -38,6 +50,5 @@ Item {
             edge.speed = side * centroid.velocity.x;
             edge.stack.pullTo(side * activeTranslation.x / Math.max(1, edge.stack.width));
         }
-        onCanceled: edge.stack.letGo(ScreenStack.Stay)
     }
 }

@@ -1,6 +1,6 @@
 // What the navigation bar shows of one screen: the way back, its title in two lines, and what its right button does.
 //
-// The title stands in the middle of the bar as long as it can; then it moves aside, then the button at its left says less,
+// The title stands in the middle of the bar as long as it can; before it moves aside the button at its left says less,
 // and in the end the title itself gives up its middle. Nothing lies over anything else.
 import QtQuick
 import Slicewise.Ui
@@ -94,7 +94,7 @@ Item {
         x: Math.round(Math.max(leftEdge, Math.min((item.width - width) / 2, rightEdge - width))) + item.shift
         anchors.verticalCenter: parent.verticalCenter
         width: item.titleWidth
-        height: titleText.height + subtitleText.height
+        height: titleText.height + (subtitleText.visible ? subtitleText.height : 0)
 
         Accessible.role: Accessible.Heading
         Accessible.name: subtitleText.text.length > 0 ? qsTr("%1, %2").arg(titleText.text).arg(subtitleText.text)
@@ -123,6 +123,7 @@ Item {
             id: subtitleText
 
             objectName: "subtitleLine"
+            visible: item.titleView !== null
             anchors.top: titleText.bottom
             width: parent.width
             horizontalAlignment: Text.AlignHCenter

@@ -1,5 +1,5 @@
-// A dark, rounded plate over what has to wait, with a spinner and a word on what is going on. Takes no touches away: what
-// is below decides itself what it accepts meanwhile.
+// A dark, rounded plate over what has to wait, with a spinner and a word on what is going on. Takes no touches away:
+// what is below decides itself what it accepts meanwhile.
 import QtQuick
 import Slicewise.Ui
 
@@ -20,7 +20,8 @@ Rectangle {
             lastText = text;
     }
 
-    width: Math.min(maximumWidth, Math.max(Math.round(132 * Theme.textScale), label.implicitWidth + 2 * Theme.margin + 8))
+    width: Math.min(maximumWidth, Math.max(Math.round(132 * Theme.textScale),
+                                           label.implicitWidth + 2 * Theme.margin + 8))
     height: spinner.size + label.height + 3 * Theme.margin - 4
     radius: Theme.cornerRadius
     color: "#d9101216"

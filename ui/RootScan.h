@@ -20,8 +20,8 @@
 
 namespace slicewise {
 
-/// What the root of every tree is called.
-inline constexpr const char *kRootName = "Disk";
+/// What the root of every tree is called; the overview's title says it in the user's language.
+inline constexpr const char *kRootName = QT_TRANSLATE_NOOP("slicewise::SZAViewController", "Disk");
 
 class RootScan : public QObject {
     Q_OBJECT

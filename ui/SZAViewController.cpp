@@ -222,7 +222,7 @@ void SZAViewController::updateData()
 
 void SZAViewController::setSubtitleForNode(const SZANode &node)
 {
-    const QString text = &node == m_root.get() ? QStringLiteral("%1 used out of %2")
+    const QString text = &node == m_root.get() ? tr("%1 used out of %2")
                                                      .arg(sizeText(node.size()),
                                                           sizeText(static_cast<std::uint64_t>(m_diskSize)))
                                                : sizeText(node.size());

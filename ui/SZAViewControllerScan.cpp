@@ -24,7 +24,7 @@ void SZAViewController::startScan()
     if (m_services.idleTimer != nullptr) {
         m_services.idleTimer->setIdleTimerDisabled(true);
     }
-    setScanHUD(QStringLiteral("Scanning"));
+    setScanHUD(tr("Scanning"));
     measureDisk();
     beginBackgroundTask();
     m_scan = std::make_unique<RootScan>(*m_services.device, *m_services.log, m_services.scan, *this,
@@ -97,7 +97,7 @@ void SZAViewController::scanFinished()
     if (m_services.idleTimer != nullptr) {
         m_services.idleTimer->setIdleTimerDisabled(false);
     }
-    m_navigationItem.setTitle(QString::fromUtf8(kRootName));
+    m_navigationItem.setTitle(tr(kRootName));
     // Only the walk knows which file systems the device really has.
     if (const std::uint64_t entered = result.report.diskSizeBytes(); entered > 0) {
         m_diskSize = clampedSize(entered);

@@ -1,7 +1,7 @@
 // The pages of all screens, of which the top one shows; and how one comes or goes.
 //
-// A page comes in from the right while the one below moves aside and dims, and goes the same way; a finger may pull it out.
-// One thing moves at a time: whatever comes next brings the one before to its end at once.
+// A page comes in from the right while the one below moves aside and dims, and goes the same way; a finger may pull it
+// out. One thing moves at a time: whatever comes next brings the one before to its end at once.
 pragma ComponentBehavior: Bound
 
 import QtQuick

@@ -22,7 +22,8 @@ QtObject {
     readonly property color pressedColor: dark ? "#23272f" : "#e4e8f0"
     readonly property color selectedColor: dark ? "#2c3a55" : "#d5e0f5"
     // The title on it is black.
-    readonly property color barColor: dark ? "#8090b0" : "#f8f9fb"
+    property color barTint: dark ? "#8090b0" : "#f8f9fb"
+    readonly property color barColor: barTint
     readonly property color barLineColor: dark ? "#5c6a88" : "#c9cdd6"
     readonly property color barButtonColor: dark ? "#0a1a38" : "#0a57c2"
     // Of buttons anywhere else.

@@ -119,6 +119,39 @@ TEST(ObjectiveC, sendsThroughWhicheverDispatchThereIs)
     });
 }
 
+ObjcId answersItself(ObjcId receiver, ObjcSelector * /*selector*/)
+{
+    return receiver;
+}
+
+TEST(ObjectiveC, addsAClassOnceAndExchangesWhatItsMethodDoes)
+{
+    inChild([] {
+        const ExtensionItemRecord &record = loadExtensionItem();
+        const ObjectiveC runtime = ObjectiveC::find().value();
+        constexpr const char *kMethod = "_matchingDictionaryRepresentation";
+        EXPECT_TRUE(runtime.hasInstanceMethod("NSExtensionItem", kMethod));
+        EXPECT_FALSE(runtime.hasInstanceMethod("NSExtensionItem", "somethingElse"));
+        EXPECT_FALSE(runtime.hasInstanceMethod("NoSuchClass", kMethod));
+        EXPECT_FALSE(runtime.exchangeInstanceMethods("NSExtensionItem", "Ours", kMethod))
+            << "there is no Ours yet";
+
+        EXPECT_TRUE(runtime.addClass("Ours", kMethod, answersItself));
+        EXPECT_FALSE(runtime.addClass("Ours", kMethod, answersItself));
+        EXPECT_TRUE(runtime.hasInstanceMethod("Ours", kMethod));
+
+        const ObjcId item = runtime.send(runtime.classNamed("NSExtensionItem"), "item");
+        EXPECT_FALSE(runtime.exchangeInstanceMethods("NSExtensionItem", "Ours", "somethingElse"));
+        EXPECT_EQ(runtime.send(item, kMethod), nullptr);
+        EXPECT_TRUE(runtime.exchangeInstanceMethods("NSExtensionItem", "Ours", kMethod));
+        EXPECT_EQ(runtime.send(item, kMethod), item);
+        EXPECT_EQ(record.originalCalls, 1);
+        EXPECT_TRUE(runtime.exchangeInstanceMethods("Ours", "NSExtensionItem", kMethod)) << "as before";
+        EXPECT_EQ(runtime.send(item, kMethod), nullptr);
+        EXPECT_EQ(record.originalCalls, 2);
+    });
+}
+
 // ---- blocks, without any runtime
 
 /// The head of a block, as every caller of one knows it.

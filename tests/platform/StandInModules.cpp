@@ -50,4 +50,14 @@ const SenderRecord &loadSender()
     return StandInModule("Sender").record<SenderRecord>("senderRecord");
 }
 
+const ExtensionItemRecord &loadExtensionItem()
+{
+    return StandInModule("ExtensionItem").record<ExtensionItemRecord>("extensionItemRecord");
+}
+
+void loadBareExtensionItem()
+{
+    const StandInModule module("BareExtensionItem");
+}
+
 } // namespace slicewise

@@ -29,5 +29,7 @@ LibraryRecord &loadPhotoLibrary();
 WorkspaceRecord &loadWorkspace();
 InstallationRecord &loadInstallation();
 const SenderRecord &loadSender();
+const ExtensionItemRecord &loadExtensionItem();
+void loadBareExtensionItem();
 
 } // namespace slicewise

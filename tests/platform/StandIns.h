@@ -83,6 +83,13 @@ struct InstallationRecord {
     int othersGiven; ///< how many of the other arguments were not null
 };
 
+/// StandInExtensionItem.m, "extensionItemRecord": NSExtensionItem, NSDictionary. StandInBareExtensionItem.m
+/// is an NSExtensionItem without its method.
+struct ExtensionItemRecord {
+    int originalCalls; ///< of the method as the system has it, which answers nil
+    int dictionariesMade;
+};
+
 /// StandInSender.m, "senderRecord": objc_msgSend, for a runtime that has only functions to look up.
 struct SenderRecord {
     int messages;

@@ -1,5 +1,5 @@
-// What the tests of the drawn screens look at: finished trees and scans that are held, on a stack, with the event loop's own
-// timers.
+// What the tests of the drawn screens look at: finished trees and scans that are held, on a stack, with the
+// event loop's own timers.
 #pragma once
 
 #include "tests/support/FailingDevice.h"

@@ -54,7 +54,7 @@ void expectInPlace(const ScreenWindow &window, const QSizeF &size)
     }
 }
 
-const std::vector<QSize> kSizes = {{320, 480}, {390, 844}, {844, 390},   {480, 320},  {600, 600},
+const std::vector<QSize> kSizes = {{320, 480},  {390, 844},  {844, 390},   {480, 320},  {600, 600},
                                    {820, 1180}, {1180, 820}, {1600, 1000}, {2560, 1440}};
 
 class LayoutAt : public testing::TestWithParam<bool> {};
@@ -73,9 +73,8 @@ TEST_P(LayoutAt, everythingStaysInsideAWindowThatIsTurnedAndResized)
         for (const bool mirrored : {false, true}) {
             window.browser().setProperty("mirrored", mirrored);
             for (const QSize size : kSizes) {
-                SCOPED_TRACE(testing::Message()
-                             << size.width() << "x" << size.height() << " depth " << depth
-                             << (mirrored ? " mirrored" : ""));
+                SCOPED_TRACE(testing::Message() << size.width() << "x" << size.height() << " depth " << depth
+                                                << (mirrored ? " mirrored" : ""));
                 window.view().resize(size);
                 ASSERT_TRUE(comesTrue([&] { return window.browser().size() == QSizeF(size); }));
                 ASSERT_TRUE(comesTrue([&] { return !window.rows().empty(); }));
@@ -104,6 +103,16 @@ TEST(Layout, spinnerAndTitleHaveTheirPlacesWhileItScans)
     ASSERT_TRUE(window.comesToRest());
     ASSERT_TRUE(window.inBar("spinner").isVisible());
     expectInPlace(window, {320, 480});
+}
+
+TEST(Layout, aTitleWithoutASecondLineStandsInTheMiddle)
+{
+    HeldScan scan;
+    ScreenWindow window(scan.stack, {});
+    ASSERT_EQ(scan.screen().navigationItem()->titleView(), nullptr);
+    const QRectF title = inWindow(window.inBar("titleLine"));
+    EXPECT_NEAR(title.center().y(), inWindow(window.barItem()).center().y(), 1);
+    EXPECT_FALSE(window.inBar("subtitleLine").isVisible());
 }
 
 TEST(Layout, aPhoneHasTheChartAboveTheTableAndBesideItOnItsSide)
@@ -217,12 +226,12 @@ TEST(Layout, theBackButtonSaysAsMuchAsThereIsRoomFor)
     EXPECT_EQ(backText({{"Others/x/y", 5}}, {"Others"}, 390), std::pair(std::string("Disk"), false));
     EXPECT_EQ(backText({{"Others/" + longName + "/x/y", 5}}, {"Others", longName, "x"}, 390),
               std::pair(longName, true));
-    EXPECT_EQ(backText({{"Others/" + longName + "/" + longName + "/y/z", 5}}, {"Others", longName, longName},
-                       390),
-              std::pair(std::string("Back"), false));
-    EXPECT_EQ(backText({{"Others/" + longName + "/" + longName + "/y/z", 5}}, {"Others", longName, longName},
-                       240),
-              std::pair(std::string(), false));
+    EXPECT_EQ(
+        backText({{"Others/" + longName + "/" + longName + "/y/z", 5}}, {"Others", longName, longName}, 390),
+        std::pair(std::string("Back"), false));
+    EXPECT_EQ(
+        backText({{"Others/" + longName + "/" + longName + "/y/z", 5}}, {"Others", longName, longName}, 240),
+        std::pair(std::string(), false));
 }
 
 TEST(Layout, anEmptyLevelSaysSo)

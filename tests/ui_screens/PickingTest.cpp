@@ -101,7 +101,8 @@ TEST(Picking, aFileIsAskedForWithItsPathAndStaysLitUntilItIsClosed)
     BrowsedTree browsed({{"Others/list.txt", 100}, {"Others/more/leaf", 50}}, {"Others"});
     const std::string path = browsed.top().currentNodes().at(0)->filename().value_or("");
     ScreenWindow window(browsed.stack, {});
-    QSignalSpy asked(&window.browser(), SIGNAL(previewRequested(slicewise::SZAViewController *, QVariant, QString)));
+    QSignalSpy asked(&window.browser(),
+                     SIGNAL(previewRequested(slicewise::SZAViewController *, QVariant, QString)));
     ASSERT_TRUE(asked.isValid());
     ASSERT_TRUE(window.comesToRest());
 

@@ -81,8 +81,7 @@ TEST(ScanningScreen, keepsItsPlaceInTheTableFromTickToTick)
     window.list().setProperty("contentY", 8.0);
     scan.screen().updateCurrentSize();
     EXPECT_TRUE(comesTrue([&] {
-        return window.row(0) != nullptr &&
-               window.row(0)->mapToItem(&window.list(), QPointF()).y() == -8;
+        return window.row(0) != nullptr && window.row(0)->mapToItem(&window.list(), QPointF()).y() == -8;
     }));
 }
 

@@ -4,6 +4,7 @@
 #include <QQmlComponent>
 #include <QQmlError>
 #include <QTest>
+#include <QTouchEvent>
 
 #include <algorithm>
 #include <chrono>
@@ -17,7 +18,7 @@ namespace slicewise {
 
 namespace {
 
-constexpr std::chrono::seconds kLongest{10};
+constexpr std::chrono::seconds kLongest{30};
 
 void collect(QQuickItem &above, const std::function<bool(QQuickItem &)> &wanted,
              std::vector<QQuickItem *> &found)
@@ -109,7 +110,8 @@ bool ScreenWindow::comesToRest()
 {
     return comesTrue([this] {
         return !isMoving() && !chart().hasAnimationTimer() && !list().property("moving").toBool() &&
-               std::ranges::none_of(chart().sliceLayers(), [](const auto &layer) { return layer->isMoving(); });
+               std::ranges::none_of(chart().sliceLayers(),
+                                    [](const auto &layer) { return layer->isMoving(); });
     });
 }
 
@@ -159,9 +161,8 @@ std::vector<QQuickItem *> ScreenWindow::pages() const
 std::vector<QQuickItem *> ScreenWindow::rows() const
 {
     std::vector<QQuickItem *> found = itemsOfType(list(), QStringLiteral("NodeRow"));
-    std::erase_if(found, [](const QQuickItem *row) {
-        return !row->isVisible() || row->property("index").toInt() < 0;
-    });
+    std::erase_if(
+        found, [](const QQuickItem *row) { return !row->isVisible() || row->property("index").toInt() < 0; });
     std::ranges::sort(found, {}, [](const QQuickItem *row) { return row->property("index").toInt(); });
     return found;
 }
@@ -188,8 +189,7 @@ QStringList ScreenWindow::textsIn(QQuickItem &above)
 {
     std::vector<QQuickItem *> found;
     collect(
-        above,
-        [](const QQuickItem &item) { return item.isVisible() && item.inherits("QQuickText"); }, found);
+        above, [](const QQuickItem &item) { return item.isVisible() && item.inherits("QQuickText"); }, found);
     QStringList texts;
     for (const QQuickItem *const item : found) {
         texts.push_back(item->property("text").toString());
@@ -208,8 +208,7 @@ QPointF ScreenWindow::middleOfSlice(std::size_t index) const
     const SliceLayer &slice = *pie.sliceLayers().at(index);
     const double angle = (slice.startAngle() + slice.endAngle()) / 2;
     const QPointF middle = pie.pieView().frame.topLeft() + pie.pieCenter();
-    return pie.mapToScene(middle +
-                          0.6 * pie.pieRadius() * QPointF(std::cos(angle), std::sin(angle)));
+    return pie.mapToScene(middle + 0.6 * pie.pieRadius() * QPointF(std::cos(angle), std::sin(angle)));
 }
 
 void ScreenWindow::press(const QPointF &point)
@@ -225,6 +224,12 @@ void ScreenWindow::move(const QPointF &point)
 void ScreenWindow::release(const QPointF &point)
 {
     QTest::touchEvent(&m_view, m_finger).release(1, point.toPoint(), &m_view);
+}
+
+void ScreenWindow::cancel()
+{
+    QTouchEvent cancelled(QEvent::TouchCancel, m_finger);
+    QCoreApplication::sendEvent(&m_view, &cancelled);
 }
 
 void ScreenWindow::tap(const QPointF &point)

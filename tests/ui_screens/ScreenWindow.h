@@ -1,14 +1,14 @@
 // A window with the browser in it, and fingers that touch it.
 //
-// Everything in it is real but what a test wants to step: the QML as it is shipped, the event loop's timers, touches as a
-// screen sends them. Waiting is for a condition, and ends after ten seconds without it.
+// Everything in it is real but what a test wants to step: the QML as it is shipped, the event loop's timers,
+// touches as a screen sends them. Waiting is for a condition, and ends after half a minute without it.
 #pragma once
 
 #include "tests/ui/BrowserParts.h"
 
 #include <QPointF>
-#include <QPointingDevice>
 #include <QPointer>
+#include <QPointingDevice>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickView>
@@ -73,6 +73,8 @@ public:
     void press(const QPointF &point);
     void move(const QPointF &point);
     void release(const QPointF &point);
+    /// The system takes the finger away.
+    void cancel();
     void tap(const QPointF &point);
     void tap(const QQuickItem &item) { tap(middleOf(item)); }
     /// In steps, with time for a frame between them; not released.

@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace slicewise {
@@ -26,26 +27,35 @@ struct Case {
 HandMadeTree::Files overviewFiles()
 {
     constexpr std::uint64_t kMegabyte = 1'000'000;
-    return {{"Operating System/a", 3910 * kMegabyte},    {"Applications/Riverbank/b", 5210 * kMegabyte},
-            {"Music/c", 2480 * kMegabyte},               {"Photos/d", 1890 * kMegabyte},
-            {"Cydia Packages/e", 910 * kMegabyte},       {"Attachments/f", 730 * kMegabyte},
-            {"Others/g", 540 * kMegabyte},               {"Ringtones/h", 41 * kMegabyte},
-            {"Logs/logs/i", 12 * kMegabyte},             {"Voice Memos/j", 3 * kMegabyte},
-            {"Applications/Night Sky/k", 1820 * kMegabyte}, {"Applications/Metro/l", 640 * kMegabyte},
-            {"Applications/Chess Club/m", 310 * kMegabyte}, {"Applications/Bakery/n", 120 * kMegabyte}};
+    return {{"Operating System/a", 3910 * kMegabyte},
+            {"Applications/Riverbank/b", 5210 * kMegabyte},
+            {"Music/c", 2480 * kMegabyte},
+            {"Photos/d", 1890 * kMegabyte},
+            {"Cydia Packages/e", 910 * kMegabyte},
+            {"Attachments/f", 730 * kMegabyte},
+            {"Others/g", 540 * kMegabyte},
+            {"Ringtones/h", 41 * kMegabyte},
+            {"Logs/logs/i", 12 * kMegabyte},
+            {"Voice Memos/j", 3 * kMegabyte},
+            {"Applications/Night Sky/k", 1820 * kMegabyte},
+            {"Applications/Metro/l", 640 * kMegabyte},
+            {"Applications/Chess Club/m", 310 * kMegabyte},
+            {"Applications/Bakery/n", 120 * kMegabyte}};
 }
 
 HandMadeTree::Files longNames()
 {
     const std::string hebrew = "קובץ ארוך מאוד עם שם בעברית";
-    return {{"Others/" + std::string(300, 'w') + ".log/a", 9000},
-            {"Others/" + hebrew + "/b", 8000},
-            {"Others/🌊🎈📦 holidays 👩‍👩‍👧/c", 7000},
-            {"Others/<b>bold<br> & <img src='x'>/d", 6000},
-            {"Others/two\nlines\tand a tab/e", 5000},
-            {"Others/broken \xff\xfe bytes/f", 4000},
-            {"Others/x/g", 3000},
-            {"Others/A fairly long name that is not quite as long as the longest but still does not fit.mp4/h", 2000}};
+    return {
+        {"Others/" + std::string(300, 'w') + ".log/a", 9000},
+        {"Others/" + hebrew + "/b", 8000},
+        {"Others/🌊🎈📦 holidays 👩‍👩‍👧/c", 7000},
+        {"Others/<b>bold<br> & <img src='x'>/d", 6000},
+        {"Others/two\nlines\tand a tab/e", 5000},
+        {"Others/broken \xff\xfe bytes/f", 4000},
+        {"Others/x/g", 3000},
+        {"Others/A fairly long name that is not quite as long as the longest but still does not fit.mp4/h",
+         2000}};
 }
 
 std::vector<Case> cases()
@@ -119,19 +129,24 @@ void draw(const Case &each, const QString &folder)
     });
 }
 
-void drawScan(bool found, const QString &folder)
+enum class Stage : unsigned char { NothingYet, Something, Done };
+
+void drawScan(Stage stage, const char *name, const QString &folder)
 {
     atEachSize([&](const Size &size, bool dark) {
         HeldScan scan(idiomOf(size));
         ScreenWindow window(scan.stack, {.size = {size.width, size.height}, .pad = size.pad, .dark = dark});
-        if (found) {
+        if (stage != Stage::NothingYet) {
             scan.tick();
         }
+        if (stage == Stage::Done && !scan.finishes()) {
+            qFatal("The scan does not end");
+        }
         const QQuickItem &overlay = *ScreenWindow::itemsOfType(*window.topPage(), "ProgressHUD").at(0);
-        if (!comesTrue([&] { return overlay.opacity() == (found ? 0 : 1); })) {
+        if (!comesTrue([&] { return overlay.opacity() == (stage == Stage::NothingYet ? 1 : 0); })) {
             qFatal("The overlay does not come or go");
         }
-        save(window, folder, found ? "spinner" : "overlay", size, dark);
+        save(window, folder, name, size, dark);
     });
 }
 
@@ -165,11 +180,12 @@ void drawSwipe(const QString &folder)
         }
         window.drag({4, size.height - 40.0}, {size.width * 0.4, size.height - 40.0});
         if (!comesTrue([&] { return window.topPage()->x() > size.width * 0.3; }) ||
-            !window.view().grabWindow().save(QStringLiteral("%1/swipe-%2x%3-%4.png")
-                                                 .arg(folder)
-                                                 .arg(size.width)
-                                                 .arg(size.height)
-                                                 .arg(dark ? QStringLiteral("dark") : QStringLiteral("light")))) {
+            !window.view().grabWindow().save(
+                QStringLiteral("%1/swipe-%2x%3-%4.png")
+                    .arg(folder)
+                    .arg(size.width)
+                    .arg(size.height)
+                    .arg(dark ? QStringLiteral("dark") : QStringLiteral("light")))) {
             qFatal("No swipe");
         }
     });
@@ -198,11 +214,12 @@ int main(int argc, char **argv)
             slicewise::draw(each, folder);
         }
     }
-    if (wanted("overlay")) {
-        slicewise::drawScan(false, folder);
-    }
-    if (wanted("spinner")) {
-        slicewise::drawScan(true, folder);
+    for (const auto &[stage, name] :
+         {std::pair(slicewise::Stage::NothingYet, "overlay"),
+          std::pair(slicewise::Stage::Something, "spinner"), std::pair(slicewise::Stage::Done, "scanned")}) {
+        if (wanted(name)) {
+            slicewise::drawScan(stage, name, folder);
+        }
     }
     if (wanted("touched")) {
         slicewise::drawTouched(folder);

@@ -1,0 +1,64 @@
+// A text of any length: rows of some lines each, as many in memory as are on the screen.
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import Slicewise.Preview
+import Slicewise.Ui
+
+ListView {
+    id: view
+
+    required property Document document
+    required property string fixedFontFamily
+
+    clip: true
+    model: view.document.pieces
+    cacheBuffer: Math.max(400, view.height)
+    boundsBehavior: Flickable.StopAtBounds
+    topMargin: Theme.spacing
+    bottomMargin: Theme.spacing
+    activeFocusOnTab: true
+    Accessible.role: Accessible.List
+    Accessible.name: view.document.name
+
+    ScrollBar.vertical: ScrollBar {}
+
+    Keys.onPressed: event => {
+        const page = view.height * 0.9
+        if (event.key === Qt.Key_PageDown || event.key === Qt.Key_Space)
+            view.flick(0, -page * 6)
+        else if (event.key === Qt.Key_PageUp)
+            view.flick(0, page * 6)
+        else if (event.key === Qt.Key_Home)
+            view.positionViewAtBeginning()
+        else if (event.key === Qt.Key_End)
+            view.positionViewAtEnd()
+        else
+            return
+        event.accepted = true
+    }
+
+    delegate: TextEdit {
+        id: piece
+
+        required property string pieceText
+
+        width: ListView.view.width
+        leftPadding: Theme.margin
+        rightPadding: Theme.margin
+        // Before it has been read it takes as much room as most do.
+        height: piece.pieceText.length > 0 ? piece.implicitHeight : 0
+        text: piece.pieceText
+        textFormat: TextEdit.PlainText
+        readOnly: true
+        selectByMouse: true
+        activeFocusOnPress: false
+        wrapMode: TextEdit.Wrap
+        font.family: view.fixedFontFamily
+        font.pixelSize: Theme.detailTextSize
+        color: Theme.textColor
+        selectionColor: Theme.selectedColor
+        selectedTextColor: Theme.textColor
+    }
+}

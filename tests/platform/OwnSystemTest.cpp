@@ -1,0 +1,35 @@
+#include "platform/OwnSystem.h"
+
+#include "tests/support/TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+namespace slicewise {
+namespace {
+
+bool isOwn(const std::string &root)
+{
+    return isOwnSystem(*HostDevice::open(root).value());
+}
+
+TEST(OwnSystem, isTheHostsRootUnderWhateverName)
+{
+    const TemporaryDirectory folder;
+    folder.makeLink("slash", "/");
+    EXPECT_TRUE(isOwn("/"));
+    EXPECT_TRUE(isOwn("/usr/.."));
+    EXPECT_TRUE(isOwn(folder.pathOf("slash")));
+}
+
+TEST(OwnSystem, isNoOtherDirectory)
+{
+    const TemporaryDirectory folder;
+    EXPECT_FALSE(isOwn(folder.path()));
+    EXPECT_FALSE(isOwn("/usr"));
+}
+
+} // namespace
+} // namespace slicewise

@@ -1,0 +1,194 @@
+// A decoder that has been taken over, or is killed, and what it may do at all.
+#include "preview/PictureItem.h"
+#include "tests/preview/PreviewFixture.h"
+#include "tests/support/InChild.h"
+
+#include <QQuickWindow>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace slicewise {
+
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using View = Document::View;
+
+/// Bytes that are taken for a picture, and tell the stand-in what to do.
+std::string deed(const std::string &what)
+{
+    return "\x89PNG\r\n\x1a\n" + what;
+}
+
+bool isRunning(::pid_t process)
+{
+    return ::kill(process, 0) == 0;
+}
+
+std::string statusOf(::pid_t process)
+{
+    std::ifstream stream("/proc/" + std::to_string(process) + "/status");
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+class Hostile : public testing::Test {
+protected:
+    Preview preview{SLICEWISE_HOSTILE_DECODER};
+};
+
+TEST_F(Hostile, decodersThatCrashOrTalkNonsenseLeaveASentenceAndTheBytes)
+{
+    for (const char *what : {"crash", "garbage", "nothing at all"}) {
+        Document *document = preview.showBytesOf("x.png", deed(what));
+        EXPECT_EQ(document->view(), View::Notice) << what;
+        EXPECT_EQ(document->message().toStdString(), "This file is damaged, or not what its name says.");
+        EXPECT_FALSE(document->decoderProcess().has_value());
+        document->showBytes();
+        EXPECT_THAT(rowOf(*document, 0), HasSubstr("89 50 4e 47"));
+    }
+}
+
+TEST_F(Hostile, decodersThatCrashLaterDoSoToo)
+{
+    Document *document = preview.showBytesOf("x.png", deed("crash later"));
+    EXPECT_TRUE(eventually([&] { return document->view() == View::Notice; }));
+}
+
+TEST_F(Hostile, decodersThatNeverAnswerAreGivenUp)
+{
+    for (const char *what : {"silence", "trickle"}) {
+        preview.directory.writeFile("x.png", deed(what));
+        Document document({.device = preview.device.get(),
+                           .path = "/x.png",
+                           .name = "n",
+                           .decoder = SLICEWISE_HOSTILE_DECODER,
+                           .mostPatience = std::chrono::milliseconds(50)});
+        EXPECT_TRUE(eventually([&] { return document.view() == View::Notice; })) << what;
+        EXPECT_FALSE(document.decoderProcess().has_value());
+    }
+}
+
+TEST_F(Hostile, decodersThatSendMoreThanWasAskedForAreNotBelieved)
+{
+    Document *document = preview.showBytesOf("x.png", deed("large picture"));
+    ASSERT_EQ(document->view(), View::Picture);
+    QQuickWindow window;
+    PictureItem item(window.contentItem());
+    item.setSize({20, 20});
+    item.setDocument(document);
+    EXPECT_TRUE(eventually([&] { return document->view() == View::Notice; }));
+    EXPECT_FALSE(item.isReady());
+}
+
+TEST_F(Hostile, decodersHaveNothingButTheFileAndTheConnection)
+{
+    ::setenv("SECRET_OF_OURS", "x", 1);
+    Document *document = preview.showBytesOf("x.png", deed("status"));
+    ::unsetenv("SECRET_OF_OURS");
+    ASSERT_EQ(document->view(), View::Text) << document->message().toStdString();
+    std::string all;
+    for (int row = 0; row < document->pieces()->rowCount(); ++row) {
+        all += rowOf(*document, row);
+    }
+    EXPECT_THAT(all, HasSubstr("NoNewPrivs:\t1\n"));
+    EXPECT_THAT(all, HasSubstr("descriptors: 0 1 2 3\n")) << "the fourth is the one that it asks with";
+    EXPECT_THAT(all, Not(HasSubstr("SECRET")));
+    EXPECT_THAT(all, HasSubstr("variable HOME=/nonexistent\n"));
+    EXPECT_THAT(all, HasSubstr("\nlimit " + std::to_string(RLIMIT_FSIZE) + " 0\n"));
+    EXPECT_THAT(all, HasSubstr("\nlimit " + std::to_string(RLIMIT_CORE) + " 0\n"));
+    EXPECT_THAT(all, HasSubstr("\nlimit " + std::to_string(RLIMIT_CPU) + " 120\n"));
+#if !defined(__SANITIZE_ADDRESS__)
+    EXPECT_THAT(all, HasSubstr("\nlimit " + std::to_string(RLIMIT_DATA) + " 1073741824"));
+#endif
+}
+
+class Decoder : public testing::Test {
+protected:
+    [[nodiscard]] Document *showPicture()
+    {
+        Document *document = preview.showBytesOf("x.png", encoded(twoColours(40, 20), "PNG"));
+        EXPECT_EQ(document->view(), View::Picture);
+        EXPECT_TRUE(document->decoderProcess().has_value());
+        return document;
+    }
+    Preview preview;
+};
+
+TEST_F(Decoder, hasTheRealUsersIdsAndNoWayToMore)
+{
+    const std::string status = statusOf(showPicture()->decoderProcess().value());
+    const std::string user = std::to_string(::getuid());
+    EXPECT_THAT(status, HasSubstr("\nUid:\t" + user + "\t" + user + "\t" + user + "\t" + user + "\n"));
+    EXPECT_THAT(status, HasSubstr("\nNoNewPrivs:\t1\n"));
+    EXPECT_THAT(status, HasSubstr("\nSeccomp:\t2\n"));
+}
+
+TEST_F(Decoder, hasGivenUpTheSavedIdOfASetUserIdProgram)
+{
+    if (::getuid() != 0) {
+        GTEST_SKIP() << "only root can become a set-user-id process's likeness";
+    }
+    inChild([&] {
+        // As the program is right after its entry: the user's own, root's in the background.
+        ASSERT_EQ(::setresuid(kOrdinaryUser, kOrdinaryUser, 0), 0);
+        Preview own;
+        Document *document = own.showBytesOf("x.png", encoded(twoColours(40, 20), "PNG"));
+        ASSERT_EQ(document->view(), View::Picture) << document->message().toStdString();
+        EXPECT_THAT(statusOf(document->decoderProcess().value()),
+                    HasSubstr("\nUid:\t65534\t65534\t65534\t65534\n"));
+    });
+}
+
+TEST_F(Decoder, thatIsKilledLeavesASentence)
+{
+    Document *document = showPicture();
+    ::kill(document->decoderProcess().value(), SIGKILL);
+    EXPECT_TRUE(eventually([&] { return document->view() == View::Notice; }));
+    EXPECT_TRUE(document->hasBytes());
+}
+
+TEST_F(Decoder, endsWithItsPreviewAndTheThreadsToo)
+{
+    Document *document = showPicture();
+    const ::pid_t process = document->decoderProcess().value();
+    ASSERT_TRUE(isRunning(process));
+    preview.documents.close(document);
+    EXPECT_FALSE(isRunning(process)) << "it is waited for, so it is gone";
+    EXPECT_EQ(errno, ESRCH);
+}
+
+TEST_F(Decoder, endsWithItsPreviewWhateverItIsDoing)
+{
+    preview.directory.writeFile("x.png", deed("silence"));
+    auto document = std::make_unique<Document>(Document::Origin{
+        .device = preview.device.get(), .path = "/x.png", .name = "n", .decoder = SLICEWISE_HOSTILE_DECODER});
+    ASSERT_TRUE(eventually([&] { return document->decoderProcess().has_value(); }));
+    const ::pid_t process = document->decoderProcess().value();
+    document.reset();
+    EXPECT_FALSE(isRunning(process));
+}
+
+TEST_F(Decoder, thatIsNotThereLeavesASentence)
+{
+    for (const char *program : {"", "/nowhere/slicewise-preview", "relative"}) {
+        Preview without{program};
+        Document *document = without.showBytesOf("x.png", encoded(twoColours(4, 2), "PNG"));
+        EXPECT_EQ(document->view(), View::Notice) << program;
+        EXPECT_NE(document->message(), QString());
+        EXPECT_EQ(without.showBytesOf("x.txt", "text")->view(), View::Text) << "which needs none";
+    }
+}
+
+} // namespace
+
+} // namespace slicewise
