@@ -61,10 +61,16 @@ FocusScope {
             y: stack.y
             height: stack.height
             mirrored: browser.mirrored
-            allowed: browser.navigation.count > 1 && content.enabled && browser.navigation.navigationBarUserInteractionEnabled
-                     && stack.topPage !== null && !stack.topPage.screen.tableView.editing
+            allowed: browser.navigation.count > 1 && content.enabled
+                     && browser.navigation.navigationBarUserInteractionEnabled && stack.topPage !== null && !stack.topPage.screen.tableView.editing
             stack: stack
         }
+    }
+    ProgressHUD {
+        objectName: "deletionHUD"
+        x: Math.round((browser.width - width) / 2)
+        y: Math.round(bar.height + (stack.height - height) / 2)
+        text: browser.topScreen === null ? "" : browser.topScreen.deletionHUD
     }
     DeletionQuestion {
         id: question

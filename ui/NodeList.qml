@@ -65,7 +65,7 @@ ListView {
     remove: Transition {
         id: leaving
 
-        enabled: list.screen !== null && list.screen.tableView.rowAnimation !== NodeTable.None
+        enabled: list.screen !== null && list.screen.tableView.rowAnimation !== NodeTable.RowAnimation.None
         NumberAnimation { property: "opacity"; to: 0; duration: 300; easing.type: Easing.OutCubic }
     }
     removeDisplaced: Transition {
@@ -77,9 +77,10 @@ ListView {
 
     // Below the last row.
     MouseArea {
-        parent: list
-        anchors.fill: parent
-        z: -1
+        parent: list.contentItem
+        y: list.originY + list.contentHeight
+        width: list.width
+        height: Math.max(0, list.height - list.contentHeight)
         enabled: list.openRow >= 0
         onClicked: list.closeOpenRow()
     }
@@ -168,8 +169,8 @@ ListView {
         cancelFlick();
         scrolling.stop();
         const from = contentY;
-        const modes = { [NodeTable.Top]: ListView.Beginning, [NodeTable.Middle]: ListView.Center,
-                        [NodeTable.Bottom]: ListView.End };
+        const modes = { [NodeTable.ScrollPosition.Top]: ListView.Beginning, [NodeTable.ScrollPosition.Middle]: ListView.Center,
+                        [NodeTable.ScrollPosition.Bottom]: ListView.End };
         positionViewAtIndex(row, modes[position]);
         const to = contentY;
         contentY = from;

@@ -47,13 +47,6 @@ FocusScope {
         }
     }
 
-    ProgressHUD {
-        objectName: "deletionHUD"
-        anchors.centerIn: parent
-        z: 3
-        text: page.screen === null ? "" : page.screen.deletionHUD
-    }
-
     Connections {
         target: page.screen
         function onPreviewRequested(filename, name) {
