@@ -75,8 +75,9 @@ FocusScope {
 
         objectName: "plate"
         anchors.centerIn: parent
-        width: Math.min(card.width - 2 * Theme.margin, Math.round(320 * Math.min(1.6, Theme.textScale)))
-        height: headline.height + scroller.height + button.height + 3.5 * Theme.margin
+        width: Math.min(card.width - 2 * Theme.margin,
+                        Math.round((card.width >= 560 ? 380 : 320) * Math.min(1.6, Theme.textScale)))
+        height: Theme.margin + 2 + headline.height + Theme.spacing + scroller.height + Theme.margin + button.height
         radius: Theme.cornerRadius
         color: Theme.sheetColor
         border.color: Theme.dark ? "#26ffffff" : "transparent"
@@ -114,7 +115,7 @@ FocusScope {
         Flickable {
             id: scroller
 
-            readonly property real most: card.height - headline.height - button.height - 6 * Theme.margin
+            readonly property real most: card.height - headline.height - button.height - 5 * Theme.margin
 
             objectName: "message"
             anchors.top: headline.bottom

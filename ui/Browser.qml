@@ -62,7 +62,8 @@ FocusScope {
             height: stack.height
             mirrored: browser.mirrored
             allowed: browser.navigation.count > 1 && content.enabled
-                     && browser.navigation.navigationBarUserInteractionEnabled && stack.topPage !== null && !stack.topPage.screen.tableView.editing
+                     && browser.navigation.navigationBarUserInteractionEnabled && stack.topPage !== null
+                     && !stack.topPage.screen.tableView.editing
             stack: stack
         }
     }

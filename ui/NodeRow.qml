@@ -1,7 +1,7 @@
 // A row of the table: a name, its size beneath, and at the right a disc in the colour of its slice.
 //
-// In edit mode the row stays where it is, with its line and its disc. Only the words of one that may be deleted make room, for
-// the minus before them and then for the "Delete" behind: they get shorter, never covered.
+// In edit mode the row stays where it is, with its line and its disc. Only the words of one that may be deleted make
+// room, for the minus before them and then for the "Delete" behind: they get shorter, and are never covered.
 import QtQuick
 import Slicewise.Ui
 
@@ -141,7 +141,7 @@ Item {
 
         objectName: "minus"
         x: row.mirrored ? row.width - width : 0
-        width: 2 * Theme.margin + discSize
+        width: Theme.margin + discSize + 12
         height: row.height
         visible: row.editProgress > 0
         enabled: row.editable
