@@ -101,5 +101,7 @@ Item {
         anchors.fill: parent
         enabled: button.touchable
         onClicked: button.press()
+        // Or the second of two quick taps would get lost.
+        onDoubleClicked: button.press()
     }
 }

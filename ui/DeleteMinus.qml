@@ -77,5 +77,7 @@ Item {
         anchors.fill: parent
         enabled: minus.touchable
         onClicked: minus.press()
+        // Or the second of two quick taps would get lost.
+        onDoubleClicked: minus.press()
     }
 }

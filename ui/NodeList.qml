@@ -169,7 +169,8 @@ ListView {
         cancelFlick();
         scrolling.stop();
         const from = contentY;
-        const modes = { [NodeTable.ScrollPosition.Top]: ListView.Beginning, [NodeTable.ScrollPosition.Middle]: ListView.Center,
+        const modes = { [NodeTable.ScrollPosition.Top]: ListView.Beginning,
+                        [NodeTable.ScrollPosition.Middle]: ListView.Center,
                         [NodeTable.ScrollPosition.Bottom]: ListView.End };
         positionViewAtIndex(row, modes[position]);
         const to = contentY;
