@@ -12,6 +12,10 @@ FocusScope {
     property string message: ""
     // Each {text, destructive}; destructive may be left out.
     property var actions: []
+    // Where it comes out of the right button of a bar of that height, as far as the window is wide.
+    property bool fromBar: false
+    property real barHeight: 0
+    property bool mirrored: false
     property string cancelText: qsTr("Cancel")
     readonly property bool opened: sheet.shown
 
@@ -20,10 +24,10 @@ FocusScope {
 
     property bool shown: false
     readonly property bool hasHead: sheet.title.length > 0 || sheet.message.length > 0
-    // Above the dark backdrop it has to stand out in dark colours too.
-    readonly property color cardColor: Theme.dark ? "#1e2128" : "#ffffff"
     readonly property bool wide: sheet.width >= 560
-    readonly property real cardWidth: sheet.wide ? 380 : Math.min(sheet.width - 2 * Theme.spacing, 480)
+    readonly property bool popover: sheet.wide && sheet.fromBar
+    readonly property real cardWidth: sheet.popover ? 320 : sheet.wide ? 380
+                                                             : Math.min(sheet.width - 2 * Theme.spacing, 480)
 
     function open() {
         sheet.shown = true
@@ -68,12 +72,15 @@ FocusScope {
         id: column
 
         objectName: "card"
-        anchors.horizontalCenter: parent.horizontalCenter
+        x: !sheet.popover ? Math.round((sheet.width - width) / 2)
+            : sheet.mirrored ? Theme.spacing : sheet.width - width - Theme.spacing
         width: sheet.cardWidth
         spacing: Theme.spacing
         opacity: sheet.wide ? (sheet.shown ? 1 : 0) : 1
         scale: sheet.wide && !sheet.shown ? 0.94 : 1
-        y: sheet.wide ? (sheet.height - height) / 2
+        transformOrigin: !sheet.popover ? Item.Center : sheet.mirrored ? Item.TopLeft : Item.TopRight
+        y: sheet.popover ? sheet.barHeight + Theme.spacing
+                      : sheet.wide ? Math.round((sheet.height - height) / 2)
                       : sheet.shown ? sheet.height - height - Theme.spacing : sheet.height
 
         Behavior on y {
@@ -90,7 +97,7 @@ FocusScope {
             width: parent.width
             height: Math.min(list.contentHeight, sheet.height - cancelButton.height - Theme.spacing * 3)
             radius: Theme.cornerRadius
-            color: sheet.cardColor
+            color: Theme.sheetColor
             clip: true
 
             Flickable {
@@ -170,7 +177,7 @@ FocusScope {
             width: parent.width
             height: cancelButton.height
             radius: Theme.cornerRadius
-            color: sheet.cardColor
+            color: Theme.sheetColor
             clip: true
 
             ActionSheetButton {

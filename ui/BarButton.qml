@@ -1,4 +1,6 @@
 // A word in the navigation bar that can be touched; with an arrow before it, it leads back.
+//
+// One that is not touchable is dimmed; one that is only disabled, with all else in the window, looks as before.
 pragma ComponentBehavior: Bound
 
 import QtQuick
@@ -10,6 +12,7 @@ Item {
     property string text: ""
     property string spokenText: text
     property color tint: Theme.barButtonColor
+    property bool touchable: true
     property bool arrow: false
     property bool mirrored: false
     property real textWidth: label.implicitWidth
@@ -19,13 +22,13 @@ Item {
     signal tapped
 
     function press() {
-        if (enabled)
+        if (touchable)
             tapped();
     }
 
     width: Math.max(Theme.touchSize, 2 * padding + arrowRoom + (text.length > 0 ? textWidth : 0))
     height: Math.max(Theme.touchSize, label.implicitHeight)
-    activeFocusOnTab: true
+    activeFocusOnTab: touchable
 
     Accessible.role: Accessible.Button
     Accessible.name: spokenText
@@ -37,7 +40,7 @@ Item {
 
     Item {
         anchors.fill: parent
-        opacity: area.pressed ? 0.35 : button.enabled ? 1 : 0.45
+        opacity: area.pressed ? 0.35 : button.touchable ? 1 : 0.45
 
         // Two strokes: no letter of any font has the right weight.
         Item {
@@ -96,6 +99,9 @@ Item {
         id: area
 
         anchors.fill: parent
+        enabled: button.touchable
         onClicked: button.press()
+        // Or the second of two quick taps would get lost.
+        onDoubleClicked: button.press()
     }
 }

@@ -35,6 +35,12 @@ Item {
         // A new size brings the chart's own font back.
         onLabelFontChanged: if (labelFont !== ownFont) labelFont = ownFont
     }
+    // In edit mode slices do nothing; but this is a touch beside the row that is open.
+    MouseArea {
+        anchors.fill: parent
+        enabled: pane.screen !== null && pane.screen.tableView.openRow >= 0
+        onClicked: pane.screen.tableView.closeOpenRow()
+    }
     ProgressHUD {
         anchors.centerIn: parent
         text: pane.screen === null ? "" : pane.screen.scanHUD

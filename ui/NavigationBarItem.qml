@@ -18,6 +18,8 @@ Item {
     readonly property TitleLabel titleView: navigationItem === null ? null : navigationItem.titleView
     readonly property bool hasSpinner: navigationItem !== null && navigationItem.rightButtonIsSpinner
     readonly property bool hasButton: navigationItem !== null && navigationItem.hasRightButton && !hasSpinner
+    // The title stays where it is: it would jump, and jump back.
+    readonly property bool hidesBack: navigationItem !== null && navigationItem.hidesBackButton
     readonly property string backTitle: below === null ? "" : below.navigationItem.title
 
     readonly property real gap: Theme.spacing
@@ -49,8 +51,10 @@ Item {
         objectName: "backButton"
         x: item.mirrored ? item.width - width : 0
         anchors.verticalCenter: parent.verticalCenter
-        visible: item.below !== null
-        enabled: item.touchable
+        visible: item.below !== null && opacity > 0
+        opacity: item.hidesBack ? 0 : 1
+        enabled: !item.hidesBack
+        touchable: item.touchable
         arrow: true
         mirrored: item.mirrored
         text: item.backIsFull || item.backIsCut ? item.backTitle : item.backIsShort ? shortProbe.text : ""
@@ -58,6 +62,10 @@ Item {
             : item.backIsCut ? Math.max(0, item.backRoom - item.backChrome) : Math.ceil(shortProbe.implicitWidth)
         spokenText: item.backTitle.length > 0 ? qsTr("Back to %1").arg(item.backTitle) : shortProbe.text
         onTapped: item.backTapped()
+
+        Behavior on opacity {
+            NumberAnimation { duration: 250; easing.type: Easing.InOutQuad }
+        }
     }
     Text {
         id: fullProbe
@@ -138,7 +146,7 @@ Item {
         x: item.mirrored ? 0 : item.width - width
         anchors.verticalCenter: parent.verticalCenter
         visible: item.hasButton
-        enabled: item.touchable
+        touchable: item.touchable
         mirrored: item.mirrored
         text: item.navigationItem === null ? "" : item.navigationItem.rightButtonTitle
         tint: item.navigationItem !== null && item.navigationItem.rightButtonTint.valid

@@ -13,6 +13,10 @@ ListView {
     /// The current row shows only to somebody who uses the keyboard.
     property bool keyboardUsed: false
     readonly property bool touchable: screen !== null && screen.tableView.userInteractionEnabled
+    readonly property int openRow: screen === null ? -1 : screen.tableView.openRow
+    // The keyboard is at a button of the current row.
+    readonly property bool inRow: Window.activeFocusItem instanceof DeleteMinus
+                                  || Window.activeFocusItem instanceof DeleteButton
     readonly property real rowHeight: Math.max(1, probe.height)
 
     clip: true
@@ -35,12 +39,50 @@ ListView {
         mirrored: list.mirrored
         touchable: list.touchable
         selected: list.screen !== null && list.screen.tableView.selectedRow === index
-        showsFocus: ListView.isCurrentItem && list.activeFocus && list.keyboardUsed
+        opened: list.openRow === index
+        current: ListView.isCurrentItem
+        showsFocus: ListView.isCurrentItem && list.activeFocus && !list.inRow && list.keyboardUsed
         onTapped: row => {
             list.keyboardUsed = false;
             list.currentIndex = row;
             list.screen.tableView.tapRow(row);
         }
+        onMinusTapped: row => {
+            list.currentIndex = row;
+            list.screen.tableView.toggleDeleteConfirmation(row);
+        }
+        onDeleteTapped: row => list.screen.tableView.commitDelete(row)
+        ListView.onPooled: stays = false
+        ListView.onReused: {
+            // As it may have faded.
+            opacity = 1;
+            stays = true;
+        }
+    }
+
+    onMovementStarted: closeOpenRow()
+
+    remove: Transition {
+        id: leaving
+
+        enabled: list.screen !== null && list.screen.tableView.rowAnimation !== NodeTable.RowAnimation.None
+        NumberAnimation { property: "opacity"; to: 0; duration: 300; easing.type: Easing.OutCubic }
+    }
+    removeDisplaced: Transition {
+        enabled: leaving.enabled
+        NumberAnimation { property: "y"; duration: 300; easing.type: Easing.InOutCubic }
+        // One that was about to leave, or come, is whole again.
+        NumberAnimation { property: "opacity"; to: 1; duration: 100 }
+    }
+
+    // Below the last row.
+    MouseArea {
+        parent: list.contentItem
+        y: list.originY + list.contentHeight
+        width: list.width
+        height: Math.max(0, list.height - list.contentHeight)
+        enabled: list.openRow >= 0
+        onClicked: list.closeOpenRow()
     }
 
     ScrollBar.vertical: ScrollBar {
@@ -77,6 +119,7 @@ ListView {
         sizeText: ""
         nodeColor: "transparent"
         selectable: false
+        editable: false
         Accessible.ignored: true
     }
 
@@ -126,7 +169,8 @@ ListView {
         cancelFlick();
         scrolling.stop();
         const from = contentY;
-        const modes = { [NodeTable.ScrollPosition.Top]: ListView.Beginning, [NodeTable.ScrollPosition.Middle]: ListView.Center,
+        const modes = { [NodeTable.ScrollPosition.Top]: ListView.Beginning,
+                        [NodeTable.ScrollPosition.Middle]: ListView.Center,
                         [NodeTable.ScrollPosition.Bottom]: ListView.End };
         positionViewAtIndex(row, modes[position]);
         const to = contentY;
@@ -136,12 +180,27 @@ ListView {
         scrolling.start();
     }
 
+    function closeOpenRow() {
+        if (openRow >= 0)
+            screen.tableView.closeOpenRow();
+    }
+
+    // Enter deletes what is open, and opens what isn't.
+    function enter() {
+        if (openRow >= 0 && openRow === currentIndex)
+            screen.tableView.commitDelete(currentIndex);
+        else
+            screen.tableView.tapRow(currentIndex);
+    }
+
     function makeCurrent(row) {
         if (count === 0)
             return;
         scrolling.stop();
         currentIndex = Math.max(0, Math.min(row, count - 1));
         positionViewAtIndex(currentIndex, ListView.Contain);
+        if (openRow !== currentIndex)
+            closeOpenRow();
     }
 
     function firstVisibleRow() {
@@ -183,7 +242,23 @@ ListView {
         case Qt.Key_Select:
         case forward:
             if (currentIndex >= 0 && !event.isAutoRepeat)
-                screen.tableView.tapRow(currentIndex);
+                enter();
+            break;
+        case Qt.Key_Delete:
+            if (!screen.tableView.editing) {
+                keyboardUsed = was;
+                return;
+            }
+            if (currentIndex >= 0 && !event.isAutoRepeat)
+                screen.tableView.toggleDeleteConfirmation(currentIndex);
+            break;
+        case Qt.Key_Escape:
+        case Qt.Key_Back:
+            if (openRow < 0) {
+                keyboardUsed = was;
+                return;
+            }
+            closeOpenRow();
             break;
         default:
             keyboardUsed = was;

@@ -1,4 +1,7 @@
 // A row of the table: a name, its size beneath, and at the right a disc in the colour of its slice.
+//
+// In edit mode the row stays where it is, with its line and its disc. Only the words of one that may be deleted make
+// room, for the minus before them and then for the "Delete" behind: they get shorter, and are never covered.
 import QtQuick
 import Slicewise.Ui
 
@@ -10,6 +13,10 @@ Item {
     required property string sizeText
     required property color nodeColor
     required property bool selectable
+    required property bool editable
+    property bool opened: false    ///< its "Delete" shows
+    property bool current: false   ///< what the keyboard works on
+    property bool stays: true      ///< false: it waits to be another row
     property bool selected: false
     property bool showsFocus: false ///< the keyboard has brought us here
     property bool touchable: true
@@ -20,16 +27,36 @@ Item {
     // What has no name is not to look like a mistake of ours.
     readonly property string shownName: name.length > 0 ? name : qsTr("No name")
 
+    // How far the minus and the "Delete" have come in.
+    property real editProgress: editable ? 1 : 0
+    property real openProgress: opened ? 1 : 0
+    readonly property real gutter: Math.round(editProgress * (minus.discSize + 14))
+    readonly property real textEnd: Math.max(disc.width + Theme.margin, openProgress * deleteButton.width)
+
     signal tapped(int row)
+    signal minusTapped(int row)
+    signal deleteTapped(int row)
 
     height: Math.max(Theme.touchSize, Math.round(1.25 * (Theme.rowTextSize + Theme.detailTextSize)) + 16)
 
     Accessible.role: Accessible.ListItem
-    Accessible.name: qsTr("%1, %2").arg(shownName).arg(sizeText)
+    // At once: a name may look like a place for the size.
+    Accessible.name: qsTr("%1, %2").replace(/%[12]/g, place => place === "%1" ? shownName : sizeText)
     Accessible.selectable: selectable
     Accessible.selected: selected
     Accessible.focusable: true
     Accessible.onPressAction: if (touchable) row.tapped(row.index)
+
+    onOpenedChanged: if (!opened && deleteButton.activeFocus) forceActiveFocus(Qt.OtherFocusReason)
+
+    Behavior on editProgress {
+        enabled: row.stays
+        NumberAnimation { duration: 250; easing.type: Easing.OutCubic }
+    }
+    Behavior on openProgress {
+        enabled: row.stays
+        NumberAnimation { duration: 220; easing.type: Easing.OutCubic }
+    }
 
     Rectangle {
         anchors.fill: parent
@@ -43,9 +70,9 @@ Item {
         }
     }
     Column {
-        x: row.mirrored ? disc.x + disc.width + Theme.margin : Theme.margin
+        x: row.mirrored ? row.textEnd + Theme.margin : Theme.margin + row.gutter
         anchors.verticalCenter: parent.verticalCenter
-        width: Math.max(0, row.width - disc.width - 3 * Theme.margin)
+        width: Math.max(0, row.width - row.gutter - row.textEnd - 2 * Theme.margin)
         spacing: 1
 
         Text {
@@ -81,6 +108,7 @@ Item {
         width: 12
         height: 12
         nodeColor: row.nodeColor
+        opacity: 1 - row.openProgress
     }
     Rectangle {
         x: row.mirrored ? 0 : Theme.margin
@@ -107,6 +135,39 @@ Item {
                 light.stop();
             row.held = false;
         }
+    }
+    DeleteMinus {
+        id: minus
+
+        objectName: "minus"
+        x: row.mirrored ? row.width - width : 0
+        width: Theme.margin + discSize + 12
+        height: row.height
+        visible: row.editProgress > 0
+        enabled: row.editable
+        activeFocusOnTab: row.editable && row.current && row.stays
+        spokenName: row.shownName
+        opened: row.opened
+        progress: row.editProgress
+        touchable: row.touchable
+        mirrored: row.mirrored
+        onTapped: row.minusTapped(row.index)
+        // The list gives the keyboard to whoever of its own had it last: that would be us for ever.
+        Keys.onBacktabPressed: row.forceActiveFocus(Qt.BacktabFocusReason)
+    }
+    DeleteButton {
+        id: deleteButton
+
+        objectName: "deleteButton"
+        x: row.mirrored ? -width * (1 - row.openProgress) : row.width - width * row.openProgress
+        width: implicitWidth
+        height: row.height - 1
+        visible: row.openProgress > 0
+        enabled: row.opened
+        activeFocusOnTab: row.opened && row.current && row.stays
+        spokenName: row.shownName
+        touchable: row.touchable
+        onTapped: row.deleteTapped(row.index)
     }
     Timer {
         id: light

@@ -72,6 +72,8 @@ class NodeTable : public QAbstractListModel {
     Q_CLASSINFO("RegisterEnumClassesUnscoped", "false")
     QML_ELEMENT
     QML_UNCREATABLE("A screen has one")
+    // Two of the enums have a None.
+    Q_CLASSINFO("RegisterEnumClassesUnscoped", "false")
     Q_PROPERTY(int selectedRow READ selectedRow NOTIFY selectedRowChanged)
     Q_PROPERTY(bool editing READ isEditing NOTIFY editingChanged)
     Q_PROPERTY(int openRow READ openRow NOTIFY openRowChanged)
@@ -86,11 +88,11 @@ public:
         SelectableRole,          ///< "selectable": bool, whether a tap would do something
         EditableRole,            ///< "editable": bool, whether the row can be deleted now
     };
-    // A whole int: scripts read that much of it.
+    // Whole ints: scripts read that much of them.
     enum class ScrollPosition : int { None = 0, Top = 1, Middle = 2, Bottom = 3 };
     Q_ENUM(ScrollPosition)
     /// How rows leave; Automatic leaves it to whoever draws the table.
-    enum class RowAnimation : unsigned char { Fade = 0, None = 5, Automatic = 100 };
+    enum class RowAnimation : int { Fade = 0, None = 5, Automatic = 100 };
     Q_ENUM(RowAnimation)
 
     NodeTable() = default;

@@ -29,6 +29,10 @@ QtObject {
     // Of buttons anywhere else.
     readonly property color accentColor: dark ? "#7db1ff" : "#0a57c2"
     readonly property color destructiveColor: dark ? "#ff7b72" : "#c62828"
+    // Under white letters and signs.
+    readonly property color deleteColor: "#d3302f"
+    // Of what lies over the screens, on a shade.
+    readonly property color sheetColor: dark ? "#1e2128" : "#ffffff"
     readonly property color focusColor: dark ? "#7db1ff" : "#0a57c2"
 
     readonly property real rowTextSize: Math.round(17 * textScale)

@@ -24,7 +24,8 @@ class UIActionSheet : public QObject {
     Q_PROPERTY(int cancelButtonIndex READ cancelButtonIndex CONSTANT)
 
 public:
-    enum class Origin : unsigned char {
+    // A whole int: scripts read that much of it.
+    enum class Origin : int {
         View,          ///< the screen's
         BarButtonItem, ///< the right one
     };

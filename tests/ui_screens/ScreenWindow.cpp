@@ -185,6 +185,20 @@ std::vector<QQuickItem *> ScreenWindow::itemsOfType(QQuickItem &above, const QSt
     return found;
 }
 
+QQuickItem *ScreenWindow::itemNamed(QQuickItem &above, const QString &name)
+{
+    std::vector<QQuickItem *> found;
+    collect(
+        above, [&](const QQuickItem &item) { return item.isVisible() && item.objectName() == name; }, found);
+    return found.empty() ? nullptr : found.front();
+}
+
+void ScreenWindow::scrollTo(int row)
+{
+    constexpr int kCenter = 1; // ListView.Center
+    QMetaObject::invokeMethod(&list(), "positionViewAtIndex", Q_ARG(int, row), Q_ARG(int, kCenter));
+}
+
 QStringList ScreenWindow::textsIn(QQuickItem &above)
 {
     std::vector<QQuickItem *> found;

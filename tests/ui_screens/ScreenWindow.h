@@ -63,6 +63,10 @@ public:
     [[nodiscard]] QQuickItem *row(int index) const;
     /// All items of that QML type below one, itself included, seen or not.
     [[nodiscard]] static std::vector<QQuickItem *> itemsOfType(QQuickItem &above, const QString &type);
+    /// The first that can be seen, below an item or itself, by its objectName; null where there is none.
+    [[nodiscard]] static QQuickItem *itemNamed(QQuickItem &above, const QString &name);
+    /// Of the list, as far as to have that row in sight.
+    void scrollTo(int row);
     /// All texts that can be seen below an item.
     [[nodiscard]] static QStringList textsIn(QQuickItem &above);
 

@@ -2,6 +2,7 @@
 
 #include "tests/ui_screens/BrowsedTree.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QGuiApplication>
 #include <QImage>
@@ -191,6 +192,91 @@ void drawSwipe(const QString &folder)
     });
 }
 
+/// What deleting looks like on the way.
+enum class Step : unsigned char { Editing, Opened, Asked, AskedFromBar, Failed, Deleting };
+
+HandMadeTree::Files attachments()
+{
+    HandMadeTree::Files files = {{"Message Attachments/Previews/a", 3'400'000}};
+    for (const char *name : {"IMG_0001.JPG", "Holiday on the island, the long version, part two.MOV",
+                             "Grüße 2.m4a", "IMG_0001.JPG 2", "contact.vcf", "x.png"}) {
+        files.emplace_back(std::string("Message Attachments/") + name, 900'000 + 300'000 * files.size());
+    }
+    return files;
+}
+
+QString longMessage()
+{
+    QStringList lines;
+    for (int i = 1; i <= 40; ++i) {
+        lines.push_back(QStringLiteral("libexample%1 is required by example-tool-%1").arg(i));
+    }
+    return lines.join(QLatin1Char('\n'));
+}
+
+void bringTo(Step step, BrowsedTree &browsed)
+{
+    SZAViewController &screen = browsed.top();
+    const UIActionSheet::Texts texts{.title = QStringLiteral("Uninstall Riverbank?"),
+                                     .cancelButtonTitle = QStringLiteral("Cancel"),
+                                     .destructiveButtonTitle = QStringLiteral("Uninstall")};
+    if (step != Step::AskedFromBar) {
+        screen.toggleEditMode();
+    }
+    switch (step) {
+    case Step::Editing:
+        break;
+    case Step::Opened:
+        screen.tableView()->toggleDeleteConfirmation(1);
+        break;
+    case Step::Asked:
+        screen.actionSheet()->showInView(texts);
+        break;
+    case Step::AskedFromBar:
+        screen.actionSheet()->showFromBarButtonItem(texts);
+        break;
+    case Step::Failed:
+        screen.alertView()->show({.title = QStringLiteral("Delete failed"),
+                                  .message = longMessage(),
+                                  .cancelButtonTitle = QStringLiteral("Close")});
+        break;
+    case Step::Deleting:
+        browsed.system.standIn.hold();
+        screen.tableView()->toggleDeleteConfirmation(1);
+        screen.tableView()->commitDelete(1);
+        break;
+    }
+}
+
+/// Long enough for whatever comes in to have come.
+bool settles(ScreenWindow &window)
+{
+    const QDeadlineTimer end(1000);
+    return window.comesToRest() && comesTrue([&] { return end.hasExpired(); });
+}
+
+void drawDeleting(Step step, const char *name, const QString &folder)
+{
+    const bool ofAnApplication = step == Step::AskedFromBar;
+    atEachSize([&](const Size &size, bool dark) {
+        BrowsedTree browsed(ofAnApplication ? overviewFiles() : attachments(), {}, idiomOf(size));
+        browsed.push({ofAnApplication ? "Applications" : "Message Attachments"});
+        if (ofAnApplication) {
+            browsed.push({"Applications", "Riverbank"});
+        }
+        ScreenWindow window(browsed.stack,
+                            {.size = {size.width, size.height}, .pad = size.pad, .dark = dark});
+        bringTo(step, browsed);
+        if (!settles(window)) {
+            qFatal("It does not settle");
+        }
+        save(window, folder, name, size, dark);
+        if (step == Step::Deleting) {
+            browsed.system.standIn.letGo();
+        }
+    });
+}
+
 } // namespace
 } // namespace slicewise
 
@@ -226,6 +312,15 @@ int main(int argc, char **argv)
     }
     if (wanted("swipe")) {
         slicewise::drawSwipe(folder);
+    }
+    using slicewise::Step;
+    for (const auto &[step, name] :
+         {std::pair(Step::Editing, "editing"), std::pair(Step::Opened, "opened"),
+          std::pair(Step::Asked, "asked"), std::pair(Step::AskedFromBar, "frombar"),
+          std::pair(Step::Failed, "failed"), std::pair(Step::Deleting, "deleting")}) {
+        if (wanted(name)) {
+            slicewise::drawDeleting(step, name, folder);
+        }
     }
     return EXIT_SUCCESS;
 }
