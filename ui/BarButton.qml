@@ -28,7 +28,7 @@ Item {
 
     width: Math.max(Theme.touchSize, 2 * padding + arrowRoom + (text.length > 0 ? textWidth : 0))
     height: Math.max(Theme.touchSize, label.implicitHeight)
-    activeFocusOnTab: touchable
+    activeFocusOnTab: true
 
     Accessible.role: Accessible.Button
     Accessible.name: spokenText

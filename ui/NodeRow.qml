@@ -145,7 +145,7 @@ Item {
         height: row.height
         visible: row.editProgress > 0
         enabled: row.editable
-        activeFocusOnTab: row.editable && row.current && row.stays
+        activeFocusOnTab: (row.editable && row.current && row.stays) || activeFocus
         spokenName: row.shownName
         opened: row.opened
         progress: row.editProgress
@@ -164,7 +164,7 @@ Item {
         height: row.height - 1
         visible: row.openProgress > 0
         enabled: row.opened
-        activeFocusOnTab: row.opened && row.current && row.stays
+        activeFocusOnTab: (row.opened && row.current && row.stays) || activeFocus
         spokenName: row.shownName
         touchable: row.touchable
         onTapped: row.deleteTapped(row.index)

@@ -322,6 +322,22 @@ TEST(EditingKeys, tabReachesMinusAndDeleteOfTheCurrentRowAndLeavesThemAgain)
     EXPECT_THAT(editing.calls(), ElementsAre("3 b.jpg"));
 }
 
+TEST(EditingKeys, arrowsGoOnFromAMinusAndTheOneThatWasLeftIsNoTabStopAnyMore)
+{
+    Editing editing;
+    ASSERT_TRUE(editing.fingers.edits());
+    editing.window.list().forceActiveFocus();
+    editing.window.key(Qt::Key_Home);
+    editing.window.key(Qt::Key_Tab);
+    ASSERT_TRUE(editing.fingers.minus(0)->hasActiveFocus());
+    editing.window.key(Qt::Key_Down);
+    EXPECT_FALSE(editing.fingers.minus(0)->hasActiveFocus());
+    EXPECT_TRUE(editing.window.list().hasActiveFocus());
+    EXPECT_FALSE(editing.fingers.minus(0)->activeFocusOnTab());
+    editing.window.key(Qt::Key_Tab);
+    EXPECT_TRUE(editing.fingers.minus(1)->hasActiveFocus());
+}
+
 std::string spokenName(QQuickItem &item)
 {
     QAccessibleInterface *const spoken = QAccessible::queryAccessibleInterface(&item);
