@@ -1,6 +1,7 @@
 #include "preview/Document.h"
 
 #include "preview/MemoryFile.h"
+#include "preview/OnThread.h"
 #include "preview/PictureItem.h"
 #include "ui/NameText.h"
 #include "ui/SizeText.h"
@@ -37,9 +38,7 @@ Document::Document(Origin origin) : m_origin(std::move(origin))
 {
     m_reading.ask([this, device = m_origin.device, path = m_origin.path] {
         DocumentFacts facts = readDocumentFacts(*device, path);
-        QMetaObject::invokeMethod(
-            this, [this, facts = std::move(facts)]() mutable { opened(std::move(facts)); },
-            Qt::QueuedConnection);
+        callOnThreadOf(*this, [this, facts = std::move(facts)]() mutable { opened(std::move(facts)); });
     });
 }
 
@@ -105,14 +104,11 @@ void Document::showText(std::shared_ptr<ReadableFile> file, std::uint64_t sizeBy
     // Guessing an encoding looks at a good deal of text.
     m_reading.ask([this, file = std::move(file), sizeBytes, head] {
         auto source = std::make_shared<const TextSource>(sizeBytes, head);
-        QMetaObject::invokeMethod(
-            this,
-            [this, file, source] {
-                m_pieces.setSource(source, file);
-                m_detail = source->encoding();
-                show(View::Text);
-            },
-            Qt::QueuedConnection);
+        callOnThreadOf(*this, [this, file, source] {
+            m_pieces.setSource(source, file);
+            m_detail = source->encoding();
+            show(View::Text);
+        });
     });
 }
 
@@ -167,8 +163,7 @@ void Document::startDecoder(DecoderTask task)
                        .mostPatience = m_origin.mostPatience};
     m_decoder = std::make_unique<DecoderThread>(std::move(start), [this](std::optional<Answer> answer) {
         const auto sent = std::make_shared<std::optional<Answer>>(std::move(answer));
-        QMetaObject::invokeMethod(
-            this, [this, sent] { answered(*sent); }, Qt::QueuedConnection);
+        callOnThreadOf(*this, [this, sent] { answered(*sent); });
     });
 }
 

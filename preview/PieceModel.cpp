@@ -1,5 +1,7 @@
 #include "preview/PieceModel.h"
 
+#include "preview/OnThread.h"
+
 #include <algorithm>
 #include <limits>
 #include <utility>
@@ -65,9 +67,7 @@ void PieceModel::ask(int row) const
     m_thread.ask(
         [self, row, generation = m_generation, source = m_source, file = m_file] {
             const Piece piece = source->read(static_cast<std::uint64_t>(row), *file);
-            QMetaObject::invokeMethod(
-                self, [self, row, generation, piece] { self->arrived(row, generation, piece); },
-                Qt::QueuedConnection);
+            callOnThreadOf(*self, [self, row, generation, piece] { self->arrived(row, generation, piece); });
         },
         [this, row] { m_asked.remove(row); });
 }

@@ -1,0 +1,14 @@
+#include "preview/OnThread.h"
+
+#include <utility>
+
+namespace slicewise {
+
+void callOnThreadOf(QObject &receiver, std::function<void()> call)
+{
+    // The call is sent when this goes.
+    const QObject sender;
+    QObject::connect(&sender, &QObject::destroyed, &receiver, std::move(call), Qt::QueuedConnection);
+}
+
+} // namespace slicewise
