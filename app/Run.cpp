@@ -50,7 +50,7 @@ std::unique_ptr<Log> makeLog(bool quiet)
 
 } // namespace
 
-int runApplication(const Options &options, Privileges &privileges, char *programName)
+int runApplication(const Options &options, Privileges &privileges, const std::string &programName)
 {
     Result<std::unique_ptr<HostDevice>> device = HostDevice::open(options.root);
     if (!device) {
