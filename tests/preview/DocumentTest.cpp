@@ -1,5 +1,6 @@
 // Real files of each kind, whole and damaged, and what is shown of them.
 #include "preview/PictureItem.h"
+#include "tests/preview/MediaSamples.h"
 #include "tests/preview/PreviewFixture.h"
 #include "tests/support/FailingDevice.h"
 
@@ -336,24 +337,6 @@ TEST(PdfDocuments, areDrawnPageByPage)
 #endif
 
 #if defined(SLICEWISE_HAS_MULTIMEDIA)
-/// Two seconds of nothing, sixteen bits, one channel.
-std::string silence()
-{
-    const auto number = [](std::uint32_t value, std::size_t bytes) {
-        std::string text;
-        for (std::size_t i = 0; i < bytes; ++i) {
-            text += static_cast<char>((value >> (8 * i)) & 0xffU);
-        }
-        return text;
-    };
-    constexpr std::uint32_t kRate = 22'050;
-    const std::string samples(std::size_t{kRate} * 2 * 2, '\0');
-    const auto length = static_cast<std::uint32_t>(samples.size());
-    return "RIFF" + number(36 + length, 4) + "WAVEfmt " + number(16, 4) + number(1, 2) + number(1, 2) +
-           number(kRate, 4) + number(kRate * 2, 4) + number(2, 2) + number(16, 2) + "data" +
-           number(length, 4) + samples;
-}
-
 TEST(Sounds, tellHowLongTheyAreAndPlayAndPause)
 {
     Preview preview;
