@@ -22,8 +22,7 @@ FocusScope {
         sheets.closing = false
         pageLoader.setSource("PreviewPage.qml", {
             document: sheets.document,
-            fixedFontFamily: sheets.documents.fixedFontFamily,
-            focus: true
+            fixedFontFamily: sheets.documents.fixedFontFamily
         })
         sheets.forceActiveFocus()
     }
@@ -100,11 +99,11 @@ FocusScope {
 
     focus: sheets.active
     Keys.onPressed: event => {
-        if (!sheets.active)
+        if (!sheets.active || event.key === Qt.Key_Tab || event.key === Qt.Key_Backtab)
             return
         if (event.key === Qt.Key_Escape || event.key === Qt.Key_Back || event.key === Qt.Key_Backspace)
             sheets.close()
-        // No key reaches what lies below.
+        // No key reaches what lies below; that Tab does not is up to the window.
         event.accepted = true
     }
 
@@ -116,6 +115,7 @@ FocusScope {
         height: parent.height
         y: parent.height
         focus: !menu.opened
+        enabled: !menu.opened // Tab does not get there either
         onLoaded: slideUp.restart()
     }
 

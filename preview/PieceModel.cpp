@@ -30,8 +30,7 @@ int PieceModel::rowCount(const QModelIndex &parent) const
 
 QVariant PieceModel::data(const QModelIndex &index, int role) const
 {
-    const bool isOurs =
-        role == Qt::DisplayRole || (role >= TextRole && role <= IsReadRole);
+    const bool isOurs = role == Qt::DisplayRole || (role >= TextRole && role <= IsReadRole);
     if (!isOurs || !checkIndex(index, CheckIndexOption::IndexIsValid)) {
         return {};
     }

@@ -28,19 +28,13 @@ ListView {
 
     ScrollBar.vertical: ScrollBar {}
 
-    Keys.onPressed: event => {
-        const page = view.height * 0.9
-        if (event.key === Qt.Key_PageDown || event.key === Qt.Key_Space)
-            view.flick(0, -page * 6)
-        else if (event.key === Qt.Key_PageUp)
-            view.flick(0, page * 6)
-        else if (event.key === Qt.Key_Home)
-            view.positionViewAtBeginning()
-        else if (event.key === Qt.Key_End)
-            view.positionViewAtEnd()
-        else
-            return
-        event.accepted = true
+    keyNavigationEnabled: false
+    Keys.forwardTo: [scrollKeys]
+
+    ScrollKeys {
+        id: scrollKeys
+
+        view: view
     }
 
     delegate: TextEdit {
