@@ -15,6 +15,7 @@ FocusScope {
     property var filename
     property Document document: null
     property bool closing: false
+    property real raised: 0 // how far up the page has come
 
     function presentPreview(screen: SZAViewController, filename: var, name: string) {
         sheets.take(screen, filename)
@@ -113,7 +114,8 @@ FocusScope {
         objectName: "pageLoader"
         width: parent.width
         height: parent.height
-        y: parent.height
+        // Whatever the window's height becomes meanwhile.
+        y: parent.height * (1 - sheets.raised)
         focus: !menu.opened
         enabled: !menu.opened // Tab does not get there either
         onLoaded: slideUp.restart()
@@ -133,10 +135,10 @@ FocusScope {
     NumberAnimation {
         id: slideUp
 
-        target: pageLoader
-        property: "y"
-        from: sheets.height
-        to: 0
+        target: sheets
+        property: "raised"
+        from: 0
+        to: 1
         duration: 280
         easing.type: Easing.OutCubic
     }
@@ -144,9 +146,9 @@ FocusScope {
     NumberAnimation {
         id: slideDown
 
-        target: pageLoader
-        property: "y"
-        to: sheets.height
+        target: sheets
+        property: "raised"
+        to: 0
         duration: 220
         easing.type: Easing.InCubic
         onFinished: sheets.endPreview()

@@ -211,6 +211,19 @@ TEST_F(Sheets, showTheDetailsByTheKeyboard)
     EXPECT_FALSE(find("facts")->property("open").toBool());
 }
 
+TEST_F(Sheets, stayOverTheWholeWindowWhenItIsTurned)
+{
+    preview.directory.writeFile("file", "some text");
+    present("presentPreview", "/file");
+    settle();
+    for (const QSize size : {QSize(844, 390), QSize(390, 844), QSize(320, 480)}) {
+        resize(size);
+        QCoreApplication::processEvents();
+        const QQuickItem *page = find("pageLoader");
+        EXPECT_EQ(page->mapRectToScene({0, 0, page->width(), page->height()}), QRectF(QPointF(), size));
+    }
+}
+
 class Pages : public Sheets, public testing::WithParamInterface<QSize> {
 protected:
     void look(const std::string &name, const std::string &content)
