@@ -4,10 +4,12 @@
 #include "tests/preview/PreviewFixture.h"
 #include "tests/support/FailingDevice.h"
 
+#include <QCoreApplication>
 #include <QPainter>
 #include <QPdfWriter>
 #include <QQuickWindow>
 #include <QSignalSpy>
+#include <QTranslator>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -296,6 +298,27 @@ TEST(Pictures, thatAreLargerThanAllMemoryCostNobodyAnything)
     EXPECT_NE(text(document->message()), "");
     document->showBytes();
     EXPECT_THAT(rowOf(*document, 0), StartsWith("89 50 4e 47"));
+}
+
+TEST(Facts, areSaidInTheUsersLanguage)
+{
+    class Shouting : public QTranslator {
+    public:
+        [[nodiscard]] QString translate(const char *context, const char *sourceText, const char * /*what*/,
+                                        int /*number*/) const override
+        {
+            return qstrcmp(context, "DocumentFacts") == 0 ? QString::fromUtf8(sourceText).toUpper()
+                                                          : QString();
+        }
+        [[nodiscard]] bool isEmpty() const override { return false; }
+    };
+    Shouting translator;
+    QCoreApplication::installTranslator(&translator);
+    EXPECT_EQ(text(kindText(ContentKind::Image, "/photo.jpg")), "PICTURE (JPG)");
+    EXPECT_EQ(text(kindText(ContentKind::Other, "/photo")), "FILE");
+    EXPECT_EQ(text(exactSizeText(1)), "1 BYTE");
+    EXPECT_EQ(text(openErrorText(EACCES)), "YOU ARE NOT ALLOWED TO READ THIS FILE.");
+    QCoreApplication::removeTranslator(&translator);
 }
 
 TEST(PropertyLists, areShownAsTheTextThatTheyStandFor)
