@@ -55,5 +55,11 @@ Window {
 
         anchors.fill: parent
         documents: window.documents
+        // What lies below takes no touch and no key, Tab included; then the keys are where they were.
+        onActiveChanged: {
+            browser.enabled = !sheets.active
+            if (!sheets.active)
+                browser.forceActiveFocus()
+        }
     }
 }

@@ -46,6 +46,15 @@ ListView {
 
     ScrollBar.vertical: ScrollBar {}
 
+    keyNavigationEnabled: false
+    Keys.forwardTo: [scrollKeys]
+
+    ScrollKeys {
+        id: scrollKeys
+
+        view: view
+    }
+
     TextMetrics {
         id: metrics
 

@@ -13,10 +13,10 @@ namespace slicewise {
 
 namespace {
 
-QString translated(const char *text)
-{
-    return QCoreApplication::translate("Document", text);
-}
+/// For the tools that collect texts: they read calls of tr, of a class, with the text in them.
+class Texts {
+    Q_DECLARE_TR_FUNCTIONS(DocumentFacts)
+};
 
 /// The extension in capitals, as people call many formats; empty where there is none to speak of.
 QString extensionText(const std::string &path)
@@ -62,38 +62,39 @@ DocumentFacts readDocumentFacts(const Device &device, const std::string &path)
 
 QString kindText(ContentKind kind, const std::string &path)
 {
-    const char *word = "File";
+    QString word;
     switch (kind) {
+    case ContentKind::Pdf:
+        return Texts::tr("PDF document");
+    case ContentKind::PropertyList:
+        return Texts::tr("Property list");
     case ContentKind::Empty:
-        word = "Empty file";
+        word = Texts::tr("Empty file");
         break;
     case ContentKind::Image:
-        word = "Picture";
+        word = Texts::tr("Picture");
         break;
-    case ContentKind::Pdf:
-        return translated("PDF document");
-    case ContentKind::PropertyList:
-        return translated("Property list");
     case ContentKind::Audio:
-        word = "Sound";
+        word = Texts::tr("Sound");
         break;
     case ContentKind::Video:
-        word = "Film";
+        word = Texts::tr("Film");
         break;
     case ContentKind::Text:
-        word = "Text";
+        word = Texts::tr("Text");
         break;
     case ContentKind::Other:
+        word = Texts::tr("File");
         break;
     }
     const QString extension = extensionText(path);
-    return extension.isEmpty() ? translated(word) : translated("%1 (%2)").arg(translated(word), extension);
+    return extension.isEmpty() ? word : Texts::tr("%1 (%2)").arg(word, extension);
 }
 
 QString exactSizeText(std::uint64_t bytes)
 {
-    return bytes == 1 ? translated("1 byte")
-                      : translated("%1 bytes").arg(QLocale().toString(static_cast<qulonglong>(bytes)));
+    return bytes == 1 ? Texts::tr("1 byte")
+                      : Texts::tr("%1 bytes").arg(QLocale().toString(static_cast<qulonglong>(bytes)));
 }
 
 QString timeText(std::optional<std::int64_t> seconds)
@@ -107,16 +108,16 @@ QString openErrorText(int error)
     switch (error) {
     case ENOENT:
     case ENOTDIR:
-        return translated("The file is no longer there.");
+        return Texts::tr("The file is no longer there.");
     case EACCES:
     case EPERM:
-        return translated("You are not allowed to read this file.");
+        return Texts::tr("You are not allowed to read this file.");
     case EISDIR:
-        return translated("This is a folder.");
+        return Texts::tr("This is a folder.");
     case EINVAL:
-        return translated("This is not a regular file.");
+        return Texts::tr("This is not a regular file.");
     default:
-        return translated("The file can't be read.");
+        return Texts::tr("The file can't be read.");
     }
 }
 

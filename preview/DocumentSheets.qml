@@ -15,6 +15,7 @@ FocusScope {
     property var filename
     property Document document: null
     property bool closing: false
+    property real raised: 0 // how far up the page has come
 
     function presentPreview(screen: SZAViewController, filename: var, name: string) {
         sheets.take(screen, filename)
@@ -22,8 +23,7 @@ FocusScope {
         sheets.closing = false
         pageLoader.setSource("PreviewPage.qml", {
             document: sheets.document,
-            fixedFontFamily: sheets.documents.fixedFontFamily,
-            focus: true
+            fixedFontFamily: sheets.documents.fixedFontFamily
         })
         sheets.forceActiveFocus()
     }
@@ -100,11 +100,11 @@ FocusScope {
 
     focus: sheets.active
     Keys.onPressed: event => {
-        if (!sheets.active)
+        if (!sheets.active || event.key === Qt.Key_Tab || event.key === Qt.Key_Backtab)
             return
         if (event.key === Qt.Key_Escape || event.key === Qt.Key_Back || event.key === Qt.Key_Backspace)
             sheets.close()
-        // No key reaches what lies below.
+        // No key reaches what lies below; that Tab does not is up to the window.
         event.accepted = true
     }
 
@@ -114,8 +114,10 @@ FocusScope {
         objectName: "pageLoader"
         width: parent.width
         height: parent.height
-        y: parent.height
+        // Whatever the window's height becomes meanwhile.
+        y: parent.height * (1 - sheets.raised)
         focus: !menu.opened
+        enabled: !menu.opened // Tab does not get there either
         onLoaded: slideUp.restart()
     }
 
@@ -133,10 +135,10 @@ FocusScope {
     NumberAnimation {
         id: slideUp
 
-        target: pageLoader
-        property: "y"
-        from: sheets.height
-        to: 0
+        target: sheets
+        property: "raised"
+        from: 0
+        to: 1
         duration: 280
         easing.type: Easing.OutCubic
     }
@@ -144,9 +146,9 @@ FocusScope {
     NumberAnimation {
         id: slideDown
 
-        target: pageLoader
-        property: "y"
-        to: sheets.height
+        target: sheets
+        property: "raised"
+        to: 0
         duration: 220
         easing.type: Easing.InCubic
         onFinished: sheets.endPreview()

@@ -1,5 +1,6 @@
 // What there is to be known of a file: closed one line, open all of it.
 import QtQuick
+import QtQuick.Templates as T
 import Slicewise.Preview
 import Slicewise.Ui
 
@@ -59,12 +60,18 @@ Item {
             width: panel.width - 2 * Theme.margin
             spacing: Theme.spacing
 
-            Item {
+            T.AbstractButton {
+                id: toggle
+
+                objectName: "details"
                 width: parent.width
                 height: Math.max(Theme.touchSize, line.implicitHeight + Theme.spacing)
+                focusPolicy: Qt.StrongFocus
                 Accessible.role: Accessible.Button
                 Accessible.name: panel.summary
-                Accessible.onPressAction: panel.open = !panel.open
+                Keys.onReturnPressed: toggle.clicked()
+                Keys.onEnterPressed: toggle.clicked()
+                onClicked: panel.open = !panel.open
 
                 Text {
                     id: line
@@ -89,7 +96,12 @@ Item {
                     color: Theme.accentColor
                 }
 
-                TapHandler { onTapped: panel.open = !panel.open }
+                FocusRing {
+                    anchors.fill: parent
+                    anchors.leftMargin: -Theme.spacing
+                    anchors.rightMargin: -Theme.spacing
+                    shown: toggle.visualFocus
+                }
             }
 
             Grid {

@@ -14,6 +14,18 @@ Item {
         return Math.floor(seconds / 60) + ":" + String(seconds % 60).padStart(2, "0")
     }
 
+    function playOrPause() {
+        if (view.document.playing)
+            view.document.pause()
+        else
+            view.document.play()
+    }
+
+    Keys.onSpacePressed: event => {
+        if (!event.isAutoRepeat)
+            view.playOrPause()
+    }
+
     PictureItem {
         id: screen
 
@@ -64,7 +76,12 @@ Item {
             height: Theme.touchSize
             from: 0
             to: Math.max(1, view.document.durationMs)
-            value: view.document.positionMs
+            // While a finger has hold of it, it is where the finger is.
+            Binding on value {
+                value: view.document.positionMs
+                when: !slider.pressed
+                restoreMode: Binding.RestoreNone
+            }
             enabled: view.document.durationMs > 0
             Accessible.name: qsTr("Position")
             onMoved: view.document.seek(Math.round(slider.value))
@@ -91,7 +108,7 @@ Item {
                 anchors.horizontalCenter: parent.horizontalCenter
                 strong: true
                 text: view.document.playing ? qsTr("Pause") : qsTr("Play")
-                onClicked: view.document.playing ? view.document.pause() : view.document.play()
+                onClicked: view.playOrPause()
             }
 
             Text {

@@ -26,6 +26,15 @@ ListView {
 
     ScrollBar.vertical: ScrollBar {}
 
+    keyNavigationEnabled: false
+    Keys.forwardTo: [scrollKeys]
+
+    ScrollKeys {
+        id: scrollKeys
+
+        view: view
+    }
+
     delegate: Item {
         id: page
 

@@ -56,6 +56,24 @@ Flickable {
         }
     }
 
+    Keys.onPressed: event => {
+        const middle = Qt.point(view.width / 2, view.height / 2)
+        const step = Theme.touchSize
+        const zooms = { [Qt.Key_Plus]: 1.2, [Qt.Key_Equal]: 1.2, [Qt.Key_Minus]: 1 / 1.2, [Qt.Key_0]: 0 }
+        const steps = { [Qt.Key_Left]: [-step, 0], [Qt.Key_Right]: [step, 0], [Qt.Key_Up]: [0, -step],
+                        [Qt.Key_Down]: [0, step] }
+        if (event.key in zooms) {
+            view.zoomTo(view.zoom * zooms[event.key], middle)
+        } else if (event.key in steps) {
+            const [x, y] = steps[event.key]
+            view.contentX = Math.max(0, Math.min(view.contentWidth - view.width, view.contentX + x))
+            view.contentY = Math.max(0, Math.min(view.contentHeight - view.height, view.contentY + y))
+        } else {
+            return
+        }
+        event.accepted = true
+    }
+
     PinchHandler {
         property real zoomBefore: 1
 

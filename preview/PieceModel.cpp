@@ -32,17 +32,18 @@ int PieceModel::rowCount(const QModelIndex &parent) const
 
 QVariant PieceModel::data(const QModelIndex &index, int role) const
 {
-    const bool isOurs =
-        role == Qt::DisplayRole || role == TextRole || role == OffsetsRole || role == CharactersRole;
+    const bool isOurs = role == Qt::DisplayRole || (role >= TextRole && role <= IsReadRole);
     if (!isOurs || !checkIndex(index, CheckIndexOption::IndexIsValid)) {
         return {};
     }
     const Piece *piece = m_kept.object(index.row());
     if (piece == nullptr) {
         ask(index.row());
-        return QString();
+        return role == IsReadRole ? QVariant(false) : QVariant(QString());
     }
     switch (role) {
+    case IsReadRole:
+        return true;
     case OffsetsRole:
         return piece->offsets;
     case CharactersRole:
@@ -54,7 +55,10 @@ QVariant PieceModel::data(const QModelIndex &index, int role) const
 
 QHash<int, QByteArray> PieceModel::roleNames() const
 {
-    return {{TextRole, "pieceText"}, {OffsetsRole, "offsets"}, {CharactersRole, "characters"}};
+    return {{TextRole, "pieceText"},
+            {OffsetsRole, "offsets"},
+            {CharactersRole, "characters"},
+            {IsReadRole, "isRead"}};
 }
 
 void PieceModel::ask(int row) const

@@ -22,7 +22,7 @@ class PieceModel final : public QAbstractListModel {
     QML_UNCREATABLE("A document's")
 
 public:
-    enum Role { TextRole = Qt::UserRole + 1, OffsetsRole, CharactersRole };
+    enum Role { TextRole = Qt::UserRole + 1, OffsetsRole, CharactersRole, IsReadRole };
     static constexpr int kMostKept = 400;
 
     /// The thread is borrowed and ends before the model.

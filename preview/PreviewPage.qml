@@ -106,6 +106,8 @@ Rectangle {
         id: content
 
         objectName: "content"
+        // Keys scroll before anybody has looked for what they might do.
+        focus: true
         anchors.top: note.bottom
         anchors.bottom: facts.top
         width: parent.width
@@ -114,7 +116,8 @@ Rectangle {
 
         function show(file: string, needsFont: bool) {
             content.setSource(file, needsFont
-                ? { document: page.document, fixedFontFamily: page.fixedFontFamily } : { document: page.document })
+                ? { document: page.document, focus: true, fixedFontFamily: page.fixedFontFamily }
+                : { document: page.document, focus: true })
         }
         function showView() {
             switch (content.view) {

@@ -12,6 +12,10 @@ ListView {
     required property Document document
     required property string fixedFontFamily
 
+    // Of the text of a row that has not been read: most of its bytes are a letter, and a letter is so wide.
+    readonly property real usualHeight: 4096 * 0.72 * Theme.detailTextSize * Theme.detailTextSize
+                                        / Math.max(1, view.width - 2 * Theme.margin)
+
     clip: true
     model: view.document.pieces
     cacheBuffer: Math.max(400, view.height)
@@ -24,31 +28,26 @@ ListView {
 
     ScrollBar.vertical: ScrollBar {}
 
-    Keys.onPressed: event => {
-        const page = view.height * 0.9
-        if (event.key === Qt.Key_PageDown || event.key === Qt.Key_Space)
-            view.flick(0, -page * 6)
-        else if (event.key === Qt.Key_PageUp)
-            view.flick(0, page * 6)
-        else if (event.key === Qt.Key_Home)
-            view.positionViewAtBeginning()
-        else if (event.key === Qt.Key_End)
-            view.positionViewAtEnd()
-        else
-            return
-        event.accepted = true
+    keyNavigationEnabled: false
+    Keys.forwardTo: [scrollKeys]
+
+    ScrollKeys {
+        id: scrollKeys
+
+        view: view
     }
 
     delegate: TextEdit {
         id: piece
 
         required property string pieceText
+        required property bool isRead
 
         width: ListView.view.width
         leftPadding: Theme.margin
         rightPadding: Theme.margin
-        // Before it has been read it takes as much room as most do.
-        height: piece.pieceText.length > 0 ? piece.implicitHeight : 0
+        // A row without height, even one without text, would make room for all the others there are.
+        height: !piece.isRead ? view.usualHeight : piece.pieceText.length > 0 ? piece.implicitHeight : 1
         text: piece.pieceText
         textFormat: TextEdit.PlainText
         readOnly: true

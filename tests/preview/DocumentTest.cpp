@@ -1,12 +1,15 @@
 // Real files of each kind, whole and damaged, and what is shown of them.
 #include "preview/PictureItem.h"
+#include "tests/preview/MediaSamples.h"
 #include "tests/preview/PreviewFixture.h"
 #include "tests/support/FailingDevice.h"
 
+#include <QCoreApplication>
 #include <QPainter>
 #include <QPdfWriter>
 #include <QQuickWindow>
 #include <QSignalSpy>
+#include <QTranslator>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -297,6 +300,27 @@ TEST(Pictures, thatAreLargerThanAllMemoryCostNobodyAnything)
     EXPECT_THAT(rowOf(*document, 0), StartsWith("89 50 4e 47"));
 }
 
+TEST(Facts, areSaidInTheUsersLanguage)
+{
+    class Shouting : public QTranslator {
+    public:
+        [[nodiscard]] QString translate(const char *context, const char *sourceText, const char * /*what*/,
+                                        int /*number*/) const override
+        {
+            return qstrcmp(context, "DocumentFacts") == 0 ? QString::fromUtf8(sourceText).toUpper()
+                                                          : QString();
+        }
+        [[nodiscard]] bool isEmpty() const override { return false; }
+    };
+    Shouting translator;
+    QCoreApplication::installTranslator(&translator);
+    EXPECT_EQ(text(kindText(ContentKind::Image, "/photo.jpg")), "PICTURE (JPG)");
+    EXPECT_EQ(text(kindText(ContentKind::Other, "/photo")), "FILE");
+    EXPECT_EQ(text(exactSizeText(1)), "1 BYTE");
+    EXPECT_EQ(text(openErrorText(EACCES)), "YOU ARE NOT ALLOWED TO READ THIS FILE.");
+    QCoreApplication::removeTranslator(&translator);
+}
+
 TEST(PropertyLists, areShownAsTheTextThatTheyStandFor)
 {
     Preview preview;
@@ -336,24 +360,6 @@ TEST(PdfDocuments, areDrawnPageByPage)
 #endif
 
 #if defined(SLICEWISE_HAS_MULTIMEDIA)
-/// Two seconds of nothing, sixteen bits, one channel.
-std::string silence()
-{
-    const auto number = [](std::uint32_t value, std::size_t bytes) {
-        std::string text;
-        for (std::size_t i = 0; i < bytes; ++i) {
-            text += static_cast<char>((value >> (8 * i)) & 0xffU);
-        }
-        return text;
-    };
-    constexpr std::uint32_t kRate = 22'050;
-    const std::string samples(std::size_t{kRate} * 2 * 2, '\0');
-    const auto length = static_cast<std::uint32_t>(samples.size());
-    return "RIFF" + number(36 + length, 4) + "WAVEfmt " + number(16, 4) + number(1, 2) + number(1, 2) +
-           number(kRate, 4) + number(kRate * 2, 4) + number(2, 2) + number(16, 2) + "data" +
-           number(length, 4) + samples;
-}
-
 TEST(Sounds, tellHowLongTheyAreAndPlayAndPause)
 {
     Preview preview;

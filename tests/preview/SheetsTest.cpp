@@ -17,6 +17,16 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
+/// Some megabytes of it.
+std::string longText()
+{
+    std::string text;
+    for (int line = 0; line < 100'000; ++line) {
+        text += "line " + std::to_string(line) + " of a text that goes on for a long time\n";
+    }
+    return text;
+}
+
 TEST_F(Sheets, showAPreviewUntilDoneIsTouchedAndTellTheScreenOnce)
 {
     preview.directory.writeFile("file", "some text");
@@ -147,6 +157,73 @@ TEST_F(Sheets, surviveTheEndOfTheScreenThatAsked)
 }
 
 /// Every kind of page, in every size of window, light and dark: what has to be on it is, and inside.
+TEST_F(Sheets, ofALongTextMakeOnlyTheRowsThatCanBeSeen)
+{
+    preview.directory.writeFile("file", longText());
+    present("presentPreview", "/file");
+    settle();
+    auto *rows = find("content")
+                     ->property("item")
+                     .value<QQuickItem *>()
+                     ->property("contentItem")
+                     .value<QQuickItem *>();
+    EXPECT_TRUE(eventually([&] { return document()->pieces()->keptRows() > 0; }));
+    EXPECT_GT(document()->pieces()->rowCount(), 1000);
+    EXPECT_LT(rows->childItems().size(), 30);
+}
+
+TEST_F(Sheets, scrollATextByTheKeyboardAtOnce)
+{
+    preview.directory.writeFile("file", longText());
+    present("presentPreview", "/file");
+    settle();
+    auto *view = find("content")->property("item").value<QQuickItem *>();
+    const auto place = [&] { return view->property("contentY").toDouble(); };
+    const double beginning = place();
+    QTest::keyClick(&window, Qt::Key_Down);
+    const double oneStep = place();
+    EXPECT_GT(oneStep, beginning);
+    EXPECT_LT(oneStep, beginning + view->height() / 4) << "a row is higher than the window";
+    QTest::keyClick(&window, Qt::Key_PageDown);
+    EXPECT_GT(place(), oneStep + view->height() / 2);
+    EXPECT_LT(place(), oneStep + view->height());
+    QTest::keyClick(&window, Qt::Key_Home);
+    EXPECT_EQ(place(), beginning);
+    QTest::keyClick(&window, Qt::Key_Up);
+    EXPECT_EQ(place(), beginning);
+    QTest::keyClick(&window, Qt::Key_End);
+    EXPECT_GT(place(), 100 * view->height());
+}
+
+TEST_F(Sheets, showTheDetailsByTheKeyboard)
+{
+    preview.directory.writeFile("file", "some text");
+    present("presentPreview", "/file");
+    settle();
+    QQuickItem *toggle = find("details");
+    for (int i = 0; i < 5 && !toggle->hasActiveFocus(); ++i) {
+        QTest::keyClick(&window, Qt::Key_Tab);
+    }
+    ASSERT_TRUE(toggle->hasActiveFocus());
+    QTest::keyClick(&window, Qt::Key_Return);
+    EXPECT_TRUE(find("facts")->property("open").toBool());
+    QTest::keyClick(&window, Qt::Key_Space);
+    EXPECT_FALSE(find("facts")->property("open").toBool());
+}
+
+TEST_F(Sheets, stayOverTheWholeWindowWhenItIsTurned)
+{
+    preview.directory.writeFile("file", "some text");
+    present("presentPreview", "/file");
+    settle();
+    for (const QSize size : {QSize(844, 390), QSize(390, 844), QSize(320, 480)}) {
+        resize(size);
+        QCoreApplication::processEvents();
+        const QQuickItem *page = find("pageLoader");
+        EXPECT_EQ(page->mapRectToScene({0, 0, page->width(), page->height()}), QRectF(QPointF(), size));
+    }
+}
+
 class Pages : public Sheets, public testing::WithParamInterface<QSize> {
 protected:
     void look(const std::string &name, const std::string &content)
