@@ -74,7 +74,8 @@ int runApplication(const Options &options, Privileges &privileges, const std::st
     logOfMessages = log.get();
     qInstallMessageHandler(handleMessage);
     int argumentCount = 1;
-    std::array<char *, 2> arguments = {programName, nullptr};
+    std::string name = programName;
+    std::array<char *, 2> arguments = {name.data(), nullptr};
     const QGuiApplication qt(argumentCount, arguments.data());
     Application application(options, std::move(device).value(), privileges, *log);
     if (!application.launch()) {

@@ -4,6 +4,8 @@
 #include "app/Options.h"
 #include "platform/Privileges.h"
 
+#include <string>
+
 namespace slicewise {
 
 /// Shows the window until it is closed, or draws it for a snapshot; tells on standard error why it can't. The
