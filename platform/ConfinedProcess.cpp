@@ -50,7 +50,7 @@ const std::vector<std::string> &confinedEnvironment()
     static const std::vector<std::string> variables = {
         "PATH=/usr/bin:/bin",
         "LC_ALL=C.UTF-8",
-        "HOME=/nonexistent",
+        "HOME=/dev/null", // nothing can be put below it, not even by root
         "QT_QPA_PLATFORM=offscreen",
         "QT_QPA_PLATFORMTHEME=none",
         "QT_MEDIA_BACKEND=ffmpeg", // it needs no programs of its own, which may not be started

@@ -67,6 +67,12 @@ TEST_F(Confined, readsTheFileAndAnswers)
     EXPECT_EQ(allOf(*script("cat")), "the content\n");
 }
 
+TEST_F(Confined, hasNoHomeToPutAnythingInto)
+{
+    EXPECT_EQ(allOf(*script("mkdir -p \"$HOME/.config\" 2>/dev/null && echo made || echo refused")),
+              "refused\n");
+}
+
 TEST_F(Confined, hearsWhatItIsSent)
 {
     const auto process = script("read line <&1; echo \"heard $line\"");
@@ -79,7 +85,7 @@ TEST_F(Confined, hasNoEnvironmentOfOursAndNoOtherDescriptor)
 {
     EXPECT_THAT(allOf(*script("env; for n in 0 1 2 3 4 5 6 7 8 9; do test -e /proc/$$/fd/$n && echo has $n; "
                               "done; ulimit -f; ulimit -c; ulimit -t")),
-                testing::AllOf(HasSubstr("HOME=/nonexistent\n"), testing::Not(HasSubstr("USER=")),
+                testing::AllOf(HasSubstr("HOME=/dev/null\n"), testing::Not(HasSubstr("USER=")),
                                HasSubstr("\nhas 0\nhas 1\nhas 2\n0\n0\n10\n")));
 }
 

@@ -103,7 +103,7 @@ TEST_F(Hostile, decodersHaveNothingButTheFileAndTheConnection)
     EXPECT_THAT(all, HasSubstr("NoNewPrivs:\t1\n"));
     EXPECT_THAT(all, HasSubstr("descriptors: 0 1 2 3\n")) << "the fourth is the one that it asks with";
     EXPECT_THAT(all, Not(HasSubstr("SECRET")));
-    EXPECT_THAT(all, HasSubstr("variable HOME=/nonexistent\n"));
+    EXPECT_THAT(all, HasSubstr("variable HOME=/dev/null\n"));
     EXPECT_THAT(all, HasSubstr("\nlimit " + std::to_string(RLIMIT_FSIZE) + " 0\n"));
     EXPECT_THAT(all, HasSubstr("\nlimit " + std::to_string(RLIMIT_CORE) + " 0\n"));
     EXPECT_THAT(all, HasSubstr("\nlimit " + std::to_string(RLIMIT_CPU) + " 120\n"));
