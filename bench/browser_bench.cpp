@@ -178,7 +178,10 @@ std::string_view whatIsMeasured; // NOLINT(readability-identifier-naming): not a
 void whenStarted()
 {
     static Watch watch(whatIsMeasured);
-    QTimer::singleShot(0, &watch, [] { watch.begin(); });
+    static QTimer begin;
+    begin.setSingleShot(true);
+    QObject::connect(&begin, &QTimer::timeout, &watch, [] { watch.begin(); });
+    begin.start(0);
 }
 
 Q_COREAPP_STARTUP_FUNCTION(whenStarted)

@@ -23,6 +23,24 @@
     </message>
 </context>
 <context>
+    <name>DeleteButton</name>
+    <message>
+        <source>Confirm deleting %1</source>
+        <translation>Löschen von %1 bestätigen</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>Löschen</translation>
+    </message>
+</context>
+<context>
+    <name>DeleteMinus</name>
+    <message>
+        <source>Delete %1</source>
+        <translation>%1 löschen</translation>
+    </message>
+</context>
+<context>
     <name>DocumentFacts</name>
     <message>
         <source>PDF document</source>
