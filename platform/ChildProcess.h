@@ -32,6 +32,8 @@ enum class UserIds : std::uint8_t { Kept, AllAsTheEffectiveOne };
 struct Confinement {
     std::uint64_t mostDataBytes = 0; ///< RLIMIT_DATA; 0: no limit
     std::uint64_t mostSeconds = 0;   ///< of the processor
+    /// What a confined program keeps of our environment.
+    std::vector<std::string> keptVariables = {};
 };
 
 struct ChildStart {

@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <utility>
 
 namespace slicewise {
@@ -62,6 +63,22 @@ const std::vector<std::string> &confinedEnvironment()
     return variables;
 }
 
+namespace {
+
+std::vector<std::string> environmentWith(const std::vector<std::string> &keptVariables)
+{
+    std::vector<std::string> environment = confinedEnvironment();
+    for (const std::string &name : keptVariables) {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing of ours changes the environment while threads run
+        if (const char *value = std::getenv(name.c_str())) {
+            environment.push_back(std::string(name).append("=").append(value));
+        }
+    }
+    return environment;
+}
+
+} // namespace
+
 std::unique_ptr<ConfinedProcess> ConfinedProcess::start(const std::string &program,
                                                         const std::vector<std::string> &arguments, int file,
                                                         const Confinement &confinement)
@@ -81,7 +98,7 @@ std::unique_ptr<ConfinedProcess> ConfinedProcess::start(const std::string &progr
     }
     ChildStart start{.program = program,
                      .arguments = {program},
-                     .environment = confinedEnvironment(),
+                     .environment = environmentWith(confinement.keptVariables),
                      .output = output.get(),
                      .input = input.get(),
                      .errors = errors.get(),

@@ -16,8 +16,13 @@ constexpr std::uint64_t kMostSecondsOfMedia = std::uint64_t{6} * 3600; // it wor
 
 Confinement confinementFor(DecoderTask task)
 {
-    return {.mostDataBytes = kMostDataBytes,
-            .mostSeconds = task == DecoderTask::Media ? kMostSecondsOfMedia : kMostSeconds};
+    if (task == DecoderTask::Media) {
+        // Where the user's sound server listens.
+        return {.mostDataBytes = kMostDataBytes,
+                .mostSeconds = kMostSecondsOfMedia,
+                .keptVariables = {"XDG_RUNTIME_DIR", "PULSE_SERVER"}};
+    }
+    return {.mostDataBytes = kMostDataBytes, .mostSeconds = kMostSeconds};
 }
 
 bool isFrameRequest(const Request &request)

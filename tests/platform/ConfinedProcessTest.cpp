@@ -39,12 +39,13 @@ constexpr Confinement kLimits{.mostDataBytes = std::uint64_t{256} << 20U, .mostS
 class Confined : public testing::Test {
 protected:
     /// A script of the shell, on a file with that content.
-    [[nodiscard]] std::unique_ptr<ConfinedProcess> script(const std::string &text) const
+    [[nodiscard]] std::unique_ptr<ConfinedProcess> script(const std::string &text,
+                                                          const Confinement &confinement = kLimits) const
     {
         directory.writeFile("file", "the content\n");
         const auto device = HostDevice::open(directory.path()).value();
         const auto file = device->openFile("/file").value();
-        return ConfinedProcess::start("/bin/sh", {"-c", text}, file->descriptor().value().get(), kLimits);
+        return ConfinedProcess::start("/bin/sh", {"-c", text}, file->descriptor().value().get(), confinement);
     }
     static std::string allOf(ConfinedProcess &process)
     {
@@ -65,6 +66,18 @@ protected:
 TEST_F(Confined, readsTheFileAndAnswers)
 {
     EXPECT_EQ(allOf(*script("cat")), "the content\n");
+}
+
+TEST_F(Confined, keepsTheVariablesThatItIsToldTo)
+{
+    ASSERT_EQ(::setenv("SLICEWISE_TEST_KEPT", "a value", 1), 0);
+    ASSERT_EQ(::unsetenv("SLICEWISE_TEST_UNSET"), 0);
+    Confinement confinement = kLimits;
+    confinement.keptVariables = {"SLICEWISE_TEST_KEPT", "SLICEWISE_TEST_UNSET"};
+    const std::string print = "echo \"$SLICEWISE_TEST_KEPT\" ${SLICEWISE_TEST_UNSET+set}";
+    EXPECT_EQ(allOf(*script(print, confinement)), "a value\n");
+    EXPECT_EQ(allOf(*script(print)), "\n");
+    ::unsetenv("SLICEWISE_TEST_KEPT");
 }
 
 TEST_F(Confined, hasNoHomeToPutAnythingInto)
