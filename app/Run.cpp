@@ -38,7 +38,10 @@ void handleMessage(QtMsgType type, const QMessageLogContext & /*context*/, const
     }
     // About a directory that nothing here uses.
     const bool isIdle = message.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR not set"));
-    if (type != QtDebugMsg && type != QtInfoMsg && !isIdle) {
+    // Followed by our own sentence.
+    const bool isAboutDisplay = message.startsWith(QLatin1String("could not connect to display")) ||
+                                message.startsWith(QLatin1String("Could not find the Qt platform plugin"));
+    if (type != QtDebugMsg && type != QtInfoMsg && !isIdle && !isAboutDisplay) {
         logOfMessages->line(message.toStdString());
     }
 }
