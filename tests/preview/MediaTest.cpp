@@ -81,8 +81,8 @@ TEST_F(Media, ThePositionStaysWithTheFingerThatHoldsIt)
     const auto at = [&](double part) {
         return slider->mapToScene({slider->width() * part, slider->height() / 2}).toPoint();
     };
-    QTest::mousePress(&window, Qt::LeftButton, Qt::NoModifier, at(0.3));
-    QTest::mouseMove(&window, at(0.6));
+    ASSERT_TRUE(eventually([&] { return isRed(); }));
+    QTest::mousePress(&window, Qt::LeftButton, Qt::NoModifier, at(0.6));
     EXPECT_TRUE(eventually([&] { return document()->positionMs() > 1000; }));
     const double held = slider->property("value").toDouble();
     document()->seek(0);
