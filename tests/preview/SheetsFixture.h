@@ -217,7 +217,13 @@ protected:
     QQuickWindow window;
     std::unique_ptr<QObject> made;
     QQuickItem *sheets = nullptr;
-    QPointingDevice *finger = QTest::createTouchDevice();
+    // Of the whole process: Qt frees none.
+    static QPointingDevice *onlyFinger()
+    {
+        static QPointingDevice *const device = QTest::createTouchDevice();
+        return device;
+    }
+    QPointingDevice *finger = onlyFinger();
 };
 
 } // namespace slicewise

@@ -62,8 +62,18 @@ bool comesTrue(const std::function<bool()> &condition)
     return true;
 }
 
-ScreenWindow::ScreenWindow(SZANavigationController &stack, const Look &look)
-    : m_finger(QTest::createTouchDevice())
+namespace {
+
+/// Of the whole process: Qt frees none, and keeps what touches it has seen.
+QPointingDevice *finger()
+{
+    static QPointingDevice *const device = QTest::createTouchDevice();
+    return device;
+}
+
+} // namespace
+
+ScreenWindow::ScreenWindow(SZANavigationController &stack, const Look &look) : m_finger(finger())
 {
     qml_register_types_Slicewise_Chart();
     qml_register_types_Slicewise_Ui();
