@@ -6,9 +6,7 @@ namespace slicewise {
 
 void callOnThreadOf(QObject &receiver, std::function<void()> call)
 {
-    // The call is sent when this goes.
-    const QObject sender;
-    QObject::connect(&sender, &QObject::destroyed, &receiver, std::move(call), Qt::QueuedConnection);
+    QMetaObject::invokeMethod(&receiver, std::move(call), Qt::QueuedConnection);
 }
 
 } // namespace slicewise
