@@ -8,6 +8,8 @@
 #include <QString>
 #include <QVariant>
 
+#include <utility>
+
 namespace slicewise {
 
 namespace {
@@ -49,17 +51,17 @@ std::optional<bool> darkOfScheme(const QVariant &value)
 
 } // namespace
 
-Appearance::Appearance(AppearanceWish wish) : m_wish(wish), m_paletteDark(isPaletteDark()), m_dark(dark())
+Appearance::Appearance(AppearanceWish wish) : m_wish(wish), m_dark(isToBeDark())
 {
     QCoreApplication::instance()->installEventFilter(this);
 }
 
-bool Appearance::dark() const
+bool Appearance::isToBeDark() const
 {
     if (m_wish != AppearanceWish::AsSystem) {
         return m_wish == AppearanceWish::Dark;
     }
-    return m_desktopsDark.value_or(m_paletteDark);
+    return m_desktopsDark ? *m_desktopsDark : isPaletteDark();
 }
 
 void Appearance::followDesktop(const BusAddress &session)
@@ -86,7 +88,8 @@ void Appearance::readSetting()
     call.setArguments({QString::fromLatin1(kGroup), QString::fromLatin1(kKey)});
     callLater(*m_session, call, *this, [this](const QDBusMessage &answer) {
         if (answer.type() == QDBusMessage::ReplyMessage) {
-            setDesktopsScheme(darkOfScheme(answer.arguments().value(0)));
+            m_desktopsDark = darkOfScheme(answer.arguments().value(0));
+            update();
         }
         Q_EMIT desktopAnswered();
     });
@@ -97,20 +100,14 @@ void Appearance::settingChanged(const QDBusMessage &message)
     const QList<QVariant> arguments = message.arguments();
     if (arguments.value(0).toString() == QLatin1String(kGroup) &&
         arguments.value(1).toString() == QLatin1String(kKey)) {
-        setDesktopsScheme(darkOfScheme(arguments.value(2)));
+        m_desktopsDark = darkOfScheme(arguments.value(2));
+        update();
     }
-}
-
-void Appearance::setDesktopsScheme(std::optional<bool> dark)
-{
-    m_desktopsDark = dark;
-    update();
 }
 
 bool Appearance::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::ApplicationPaletteChange && watched == QCoreApplication::instance()) {
-        m_paletteDark = isPaletteDark();
         update();
     }
     return false;
@@ -118,8 +115,8 @@ bool Appearance::eventFilter(QObject *watched, QEvent *event)
 
 void Appearance::update()
 {
-    if (m_dark != dark()) {
-        m_dark = dark();
+    const bool before = std::exchange(m_dark, isToBeDark());
+    if (before != m_dark) {
         Q_EMIT darkChanged();
     }
 }

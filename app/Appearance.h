@@ -25,7 +25,7 @@ class Appearance : public QObject {
 public:
     explicit Appearance(AppearanceWish wish);
 
-    [[nodiscard]] bool dark() const;
+    [[nodiscard]] bool dark() const { return m_dark; }
 
     /// From now on with the desktop's settings, once they have answered.
     void followDesktop(const BusAddress &session);
@@ -40,13 +40,12 @@ protected:
 private:
     Q_SLOT void settingChanged(const QDBusMessage &message);
     void readSetting();
-    void setDesktopsScheme(std::optional<bool> dark);
+    [[nodiscard]] bool isToBeDark() const;
     void update();
 
     AppearanceWish m_wish;
     std::optional<bool> m_desktopsDark; ///< absent: no preference
-    bool m_paletteDark;
-    bool m_dark;
+    bool m_dark;                        ///< as was said last
     std::optional<QDBusConnection> m_session;
 };
 

@@ -1,5 +1,6 @@
 #include "app/Launch.h"
 
+#include "platform/OwnSystem.h"
 #include "ui/NameText.h"
 
 #include <QByteArray>
@@ -43,7 +44,7 @@ bool mayNeedRoot(const Options &options)
 
 bool mayDelete(const Options &options, const Privileges &privileges, bool ownSystem)
 {
-    return !options.readOnly && (options.allowDelete || !ownSystem || !privileges.isRealRoot());
+    return !options.readOnly && (options.allowDelete || !isReadOnlyForRoot(privileges, ownSystem));
 }
 
 bool hasDisplay()

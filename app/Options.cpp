@@ -10,7 +10,6 @@
 #include <string_view>
 #include <system_error>
 #include <utility>
-#include <vector>
 
 namespace slicewise {
 
@@ -103,13 +102,7 @@ std::variant<Options, OptionsAnswer> readOptions(int argc, const char *const *ar
     addOptions(app, options, typed);
     const std::string help = app.help();
     try {
-        const std::vector<std::string> arguments = keptWhole(argc, argv);
-        std::vector<const char *> texts;
-        texts.reserve(arguments.size());
-        for (const std::string &argument : arguments) {
-            texts.push_back(argument.c_str());
-        }
-        app.parse(argc, texts.data());
+        app.parse(keptWhole(argc, argv));
     } catch (const CLI::CallForHelp &) {
         return OptionsAnswer{.text = help, .status = 0};
     } catch (const CLI::CallForVersion &) {

@@ -16,13 +16,12 @@ using namespace std::chrono_literals;
 
 /// Without a frame for so long, nothing moves.
 constexpr auto kStill = 300ms;
-/// Something that moves for longer does not end.
-constexpr auto kLongestWait = 3000ms;
 
 } // namespace
 
-Snapshot::Snapshot(QQuickWindow &window, const SZAViewController &screen, OutputFile file)
-    : m_window(window), m_screen(screen), m_file(std::move(file))
+Snapshot::Snapshot(QQuickWindow &window, const SZAViewController &screen, OutputFile file,
+                   std::chrono::milliseconds longestWait)
+    : m_window(window), m_screen(screen), m_file(std::move(file)), m_longestWait(longestWait)
 {
     m_still.setSingleShot(true);
     m_still.setInterval(kStill);
@@ -39,7 +38,7 @@ void Snapshot::scanDone()
     m_waited.start();
     m_still.start();
     connect(&m_window, &QQuickWindow::frameSwapped, this, [this] {
-        if (m_still.isActive() && !m_waited.hasExpired(kLongestWait.count())) {
+        if (m_still.isActive() && !m_waited.hasExpired(m_longestWait.count())) {
             m_still.start();
         }
     });

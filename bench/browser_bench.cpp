@@ -39,9 +39,9 @@ constexpr double kStartAimMilliseconds = 500;
 constexpr double kLevelAimMilliseconds = 150;
 constexpr const char *kStartedVariable = "BROWSER_BENCH_STARTED";
 
-double millisecondsSince(Clock::time_point then)
+double millisecondsFrom(Clock::time_point begin, Clock::time_point end)
 {
-    return std::chrono::duration<double, std::milli>(Clock::now() - then).count();
+    return std::chrono::duration<double, std::milli>(end - begin).count();
 }
 
 void report(std::string_view what, double milliseconds, double aim)
@@ -76,7 +76,7 @@ private:
         if (m_window == nullptr) {
             findWindow();
         } else if (m_frames > 0) {
-            m_longestAway = std::max(m_longestAway, millisecondsSince(m_last));
+            m_longestAway = std::max(m_longestAway, millisecondsFrom(m_last, Clock::now()));
         }
         m_last = Clock::now();
         if (m_window != nullptr && m_frames > 0) {
@@ -105,9 +105,7 @@ private:
         if (m_what == "start") {
             const Clock::time_point started{
                 Clock::duration(std::atoll(qgetenv(kStartedVariable).constData()))};
-            report("start to the first frame",
-                   std::chrono::duration<double, std::milli>(m_lastFrame - started).count(),
-                   kStartAimMilliseconds);
+            report("start to the first frame", millisecondsFrom(started, m_lastFrame), kStartAimMilliseconds);
             end();
         } else if (top.doneScan() && m_what == "scan") {
             report("longest time away during the scan", m_longestAway, kFrameMilliseconds);
@@ -135,10 +133,9 @@ private:
         if (isNew && top.currentNodes().size() >= kLargeLevel) {
             report(fmt::format("a level of {} rows, from its push to its first frame",
                                top.currentNodes().size()),
-                   std::chrono::duration<double, std::milli>(m_lastFrame - m_pushed).count(),
-                   kLevelAimMilliseconds);
+                   millisecondsFrom(m_pushed, m_lastFrame), kLevelAimMilliseconds);
             fmt::print("- the tap was {:.1f} ms before that frame, the pause that shows it included\n",
-                       std::chrono::duration<double, std::milli>(m_lastFrame - m_tapped).count());
+                       millisecondsFrom(m_tapped, m_lastFrame));
             fmt::print("- longest time away: {:.1f} ms\n", m_longestAway);
             end();
             return;

@@ -47,17 +47,6 @@ const CLI::Option *firstGiven(std::initializer_list<const std::vector<CLI::Optio
     return nullptr;
 }
 
-void parse(CLI::App &app, int argc, const char *const *argv)
-{
-    const std::vector<std::string> arguments = keptWhole(argc, argv);
-    std::vector<const char *> texts;
-    texts.reserve(arguments.size());
-    for (const std::string &argument : arguments) {
-        texts.push_back(argument.c_str());
-    }
-    app.parse(argc, texts.data());
-}
-
 } // namespace
 
 Arguments readArguments(int argc, const char *const *argv)
@@ -109,7 +98,7 @@ Arguments readArguments(int argc, const char *const *argv)
     const std::string help = app.help();
     const std::string helpOfDelete = deleteCommand->help("slicewise-cli");
     try {
-        parse(app, argc, argv);
+        app.parse(keptWhole(argc, argv));
     } catch (const CLI::CallForHelp &) {
         return ArgumentsAnswer{.text = deleteCommand->parsed() ? helpOfDelete : help, .status = 0};
     } catch (const CLI::CallForVersion &) {

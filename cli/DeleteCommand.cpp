@@ -33,7 +33,7 @@ std::optional<std::string> whyRefused(const DeleteArguments &arguments, const Pr
     if (arguments.readOnly) {
         return "Nothing was deleted: --read-only refuses it. Leave that out to delete.";
     }
-    if (ownSystem && privileges.isRealRoot() && !arguments.allowDelete) {
+    if (!arguments.allowDelete && isReadOnlyForRoot(privileges, ownSystem)) {
         return "Nothing was deleted: “/” is read-only for root. Add --allow-delete to delete from it.";
     }
     if (!arguments.yes && !Terminal::of(STDIN_FILENO).isTerminal) {

@@ -44,11 +44,10 @@ void becomeNonBlocking(int descriptor)
     static_cast<void>(::fcntl(descriptor, F_SETFL, O_NONBLOCK));
 }
 
-} // namespace
-
-const std::vector<std::string> &confinedEnvironment()
+/// A path, a language, nothing of ours but what is kept.
+std::vector<std::string> environmentWith(const std::vector<std::string> &keptVariables)
 {
-    static const std::vector<std::string> variables = {
+    std::vector<std::string> environment = {
         "PATH=/usr/bin:/bin",
         "LC_ALL=C.UTF-8",
         "HOME=/dev/null", // nothing can be put below it, not even by root
@@ -60,14 +59,6 @@ const std::vector<std::string> &confinedEnvironment()
         "ASAN_OPTIONS=detect_leaks=0", // what is killed leaks nothing
 #endif
     };
-    return variables;
-}
-
-namespace {
-
-std::vector<std::string> environmentWith(const std::vector<std::string> &keptVariables)
-{
-    std::vector<std::string> environment = confinedEnvironment();
     for (const std::string &name : keptVariables) {
         // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing of ours changes the environment while threads run
         if (const char *value = std::getenv(name.c_str())) {

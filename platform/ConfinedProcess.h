@@ -65,7 +65,4 @@ private:
     ::pid_t m_process = -1;
 };
 
-/// The environment of such a program: a path, a language, nothing of ours.
-[[nodiscard]] const std::vector<std::string> &confinedEnvironment();
-
 } // namespace slicewise

@@ -15,4 +15,9 @@ bool isOwnSystem(const HostDevice &device)
     return here && there && here->identity == there->identity;
 }
 
+bool isReadOnlyForRoot(const Privileges &privileges, bool ownSystem)
+{
+    return ownSystem && privileges.isRealRoot();
+}
+
 } // namespace slicewise

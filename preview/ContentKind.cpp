@@ -51,11 +51,28 @@ constexpr std::array kSignatures = {
 };
 
 constexpr std::size_t kPdfHeadBytes = 1024; // in which a reader has to look for it
-constexpr std::string_view kUtf8Mark = "\xef\xbb\xbf"sv;
-constexpr std::string_view kUtf16LittleMark = "\xff\xfe"sv;
-constexpr std::string_view kUtf16BigMark = "\xfe\xff"sv;
-constexpr std::string_view kUtf32LittleMark = "\xff\xfe\0\0"sv;
-constexpr std::string_view kUtf32BigMark = "\0\0\xfe\xff"sv;
+
+struct Mark {
+    std::string_view bytes;
+    TextForm form;
+};
+
+// One that begins like another is before it.
+constexpr std::array kMarks = {
+    Mark{"\xff\xfe\0\0"sv, TextForm::Utf32LittleEndian},
+    Mark{"\0\0\xfe\xff"sv, TextForm::Utf32BigEndian},
+    Mark{"\xff\xfe"sv, TextForm::Utf16LittleEndian},
+    Mark{"\xfe\xff"sv, TextForm::Utf16BigEndian},
+    Mark{"\xef\xbb\xbf"sv, TextForm::Utf8},
+};
+
+/// Null where the text begins with none.
+const Mark *markOf(std::string_view head)
+{
+    const auto *const found = std::find_if(kMarks.begin(), kMarks.end(),
+                                           [&](const Mark &mark) { return head.starts_with(mark.bytes); });
+    return found != kMarks.end() ? found : nullptr;
+}
 
 bool isAt(std::string_view head, const Signature &signature)
 {
@@ -79,8 +96,7 @@ bool isMpegFrame(std::string_view head)
 
 bool isXmlPropertyList(std::string_view head)
 {
-    const std::size_t mark = head.starts_with(kUtf8Mark) ? kUtf8Mark.size() : 0;
-    const std::size_t start = std::min(head.find_first_not_of(" \t\r\n", mark), head.size());
+    const std::size_t start = std::min(head.find_first_not_of(" \t\r\n", markLengthOf(head)), head.size());
     const std::string_view text = head.substr(start, kPdfHeadBytes);
     return text.starts_with("<plist") || text.starts_with("<!DOCTYPE plist") ||
            (text.starts_with("<?xml") && (text.find("<!DOCTYPE plist") != std::string_view::npos ||
@@ -153,20 +169,8 @@ ContentKind kindOfName(std::string_view path)
 
 TextForm textFormOf(std::string_view head)
 {
-    if (head.starts_with(kUtf32LittleMark)) {
-        return TextForm::Utf32LittleEndian;
-    }
-    if (head.starts_with(kUtf32BigMark)) {
-        return TextForm::Utf32BigEndian;
-    }
-    if (head.starts_with(kUtf16LittleMark)) {
-        return TextForm::Utf16LittleEndian;
-    }
-    if (head.starts_with(kUtf16BigMark)) {
-        return TextForm::Utf16BigEndian;
-    }
-    if (head.starts_with(kUtf8Mark)) {
-        return TextForm::Utf8;
+    if (const Mark *mark = markOf(head)) {
+        return mark->form;
     }
     if (hasBinaryBytes(head)) {
         return utf16WithoutMark(head);
@@ -176,13 +180,8 @@ TextForm textFormOf(std::string_view head)
 
 std::size_t markLengthOf(std::string_view head)
 {
-    for (const std::string_view mark :
-         {kUtf32LittleMark, kUtf32BigMark, kUtf16LittleMark, kUtf16BigMark, kUtf8Mark}) {
-        if (head.starts_with(mark)) {
-            return mark.size();
-        }
-    }
-    return 0;
+    const Mark *mark = markOf(head);
+    return mark != nullptr ? mark->bytes.size() : 0;
 }
 
 ContentKind contentKindOf(std::string_view head, std::string_view path)

@@ -12,7 +12,6 @@
 #include <cstdint>
 #include <deque>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <variant>

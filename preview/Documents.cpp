@@ -2,6 +2,7 @@
 
 #include "platform/Desktop.h"
 #include "platform/SerialQueue.h"
+#include "platform/SplitPath.h"
 #include "ui/NameText.h"
 
 #include <QClipboard>
@@ -48,12 +49,6 @@ bool askFileManager(const std::string &hostPath)
     }
     QDBusConnection::disconnectFromBus(kConnection);
     return shown;
-}
-
-std::string folderOf(const std::string &path)
-{
-    const std::size_t slash = path.rfind('/');
-    return slash == 0 || slash == std::string::npos ? "/" : path.substr(0, slash);
 }
 
 } // namespace
@@ -151,7 +146,7 @@ void Documents::showInFolder(const QByteArray &filename)
             return;
         }
         const auto opener = services.desktop.opener();
-        const Result<std::string> folder = services.device->hostPath(folderOf(path));
+        const Result<std::string> folder = services.device->hostPath(splitPath(path).directory);
         if (!folder || !opener || !services.desktop.open(*opener, *folder)) {
             services.log->line("could not be shown in its folder: " + path);
         }

@@ -39,6 +39,12 @@ void PictureItem::takeBack()
     m_asked = {};
 }
 
+void PictureItem::beginAnew()
+{
+    setPicture({});
+    askSoon();
+}
+
 void PictureItem::setDocument(Document *document)
 {
     if (m_document == document) {
@@ -46,13 +52,8 @@ void PictureItem::setDocument(Document *document)
     }
     takeBack();
     m_document = document;
-    m_picture = {};
-    m_pictureChanged = true;
-    m_failed = false;
     Q_EMIT documentChanged();
-    Q_EMIT readyChanged();
-    update();
-    askSoon();
+    beginAnew();
 }
 
 void PictureItem::setPage(int page)
@@ -62,13 +63,8 @@ void PictureItem::setPage(int page)
     }
     takeBack();
     m_page = page;
-    m_picture = {};
-    m_pictureChanged = true;
-    m_failed = false;
     Q_EMIT pageChanged();
-    Q_EMIT readyChanged();
-    update();
-    askSoon();
+    beginAnew();
 }
 
 void PictureItem::setFilm(bool film)

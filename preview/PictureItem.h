@@ -59,6 +59,7 @@ private:
     void askSoon();
     void ask();
     void takeBack();
+    void beginAnew(); ///< with nothing to show
 
     QPointer<Document> m_document;
     int m_page = 0;

@@ -58,10 +58,11 @@ QChar shown(QChar character)
     constexpr char16_t kPictures = 0x2400;
     constexpr char16_t kPictureOfDelete = 0x2421;
     const char16_t code = character.unicode();
-    if (code == u'\n' || code == u'\t' || (code >= u' ' && code != 0x7f)) {
-        return character.isNull() ? QChar(kPictures) : character;
+    if (code == 0x7f) {
+        return kPictureOfDelete;
     }
-    return code == 0x7f ? QChar(kPictureOfDelete) : QChar(static_cast<char16_t>(kPictures + code));
+    return code < u' ' && code != u'\n' && code != u'\t' ? QChar(static_cast<char16_t>(kPictures + code))
+                                                         : character;
 }
 
 constexpr char16_t kDot = 0x00b7; // stands for what is no letter

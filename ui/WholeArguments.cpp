@@ -19,7 +19,8 @@ bool looksLikeList(std::string_view argument)
 
 std::vector<std::string> keptWhole(int argc, const char *const *argv)
 {
-    std::vector<std::string> arguments(argv, argv + argc);
+    std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+    std::reverse(arguments.begin(), arguments.end());
     for (std::string &argument : arguments) {
         if (looksLikeList(argument)) {
             argument.insert(argument.begin(), kWhole);

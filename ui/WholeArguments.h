@@ -7,7 +7,8 @@
 
 namespace slicewise {
 
-/// All arguments, those in brackets with a mark in front that keeps the parser off.
+/// All arguments, those in brackets with a mark in front that keeps the parser off: in the order in which it
+/// takes a list of them, the last one first, and without the program's name.
 [[nodiscard]] std::vector<std::string> keptWhole(int argc, const char *const *argv);
 /// Takes the mark away again, if there is one: of what the parser has given back.
 void asTyped(std::string &argument);

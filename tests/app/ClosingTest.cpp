@@ -1,13 +1,24 @@
-// The window is closed while a scan goes on.
+// The window is closed while something goes on.
 #include "tests/support/RunProgram.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace slicewise {
 namespace {
+
+ProgramResult runClosed(const char *program, const TemporaryDirectory &root,
+                        std::vector<std::pair<std::string, std::string>> environment = {})
+{
+    environment.insert(environment.end(),
+                       {{"QT_QPA_PLATFORM", "offscreen"}, {"QT_QUICK_BACKEND", "software"}});
+    return runProgram({.arguments = {program, root.path()}, .environment = std::move(environment)});
+}
 
 TEST(Closing, endsTheProcessThoughTheScanWouldGoOnForEver)
 {
@@ -18,13 +29,27 @@ TEST(Closing, endsTheProcessThoughTheScanWouldGoOnForEver)
     const TemporaryDirectory root;
     root.writeFile("var/lib/dpkg/status", "Package: one\nStatus: install ok installed\n\n");
     root.makeFile("usr/bin/one", 100);
-    const ProgramResult result = runProgram({.arguments = {SLICEWISE_CLOSE_WHILE_SCANNING, root.path()},
-                                             .environment = {{"QT_QPA_PLATFORM", "offscreen"},
-                                                             {"QT_QUICK_BACKEND", "software"},
-                                                             {"PATH", tools.path() + ":/usr/bin:/bin"}}});
+    const ProgramResult result =
+        runClosed(SLICEWISE_CLOSE_WHILE_SCANNING, root, {{"PATH", tools.path() + ":/usr/bin:/bin"}});
     EXPECT_FALSE(result.tookTooLong);
     EXPECT_EQ(result.exitStatus, 0) << result.standardError;
     EXPECT_EQ(result.standardOutput, "closed while it scans\n");
+}
+
+TEST(Closing, waitsForARemovalAndLeavesNothingOfItUndone)
+{
+    const TemporaryDirectory root;
+    for (const char *file : {"old/a", "old/b", "old/deep/c", "kept"}) {
+        root.makeFile(file, 100);
+    }
+    const ProgramResult result = runClosed(SLICEWISE_CLOSE_WHILE_DELETING, root);
+    EXPECT_FALSE(result.tookTooLong);
+    EXPECT_EQ(result.exitStatus, 0) << result.standardError;
+    EXPECT_EQ(result.standardOutput, "closed while it deletes\nstill there\n");
+    for (const char *file : {"old/a", "old/b", "old/deep/c"}) {
+        EXPECT_FALSE(std::filesystem::exists(root.pathOf(file))) << file;
+    }
+    EXPECT_TRUE(std::filesystem::exists(root.pathOf("kept")));
 }
 
 } // namespace

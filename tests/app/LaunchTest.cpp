@@ -1,6 +1,7 @@
 #include "app/Launch.h"
 
 #include "app/SystemFont.h"
+#include "tests/support/PlainUserIds.h"
 #include "tests/support/ScopedVariable.h"
 
 #include <gtest/gtest.h>
@@ -11,22 +12,10 @@
 namespace slicewise {
 namespace {
 
-class Ids final : public UserIdCalls {
-public:
-    explicit Ids(::uid_t real) : m_real(real) {}
-    [[nodiscard]] UserIdSet ids() const override
-    {
-        return {.real = m_real, .effective = m_real, .saved = m_real};
-    }
-
-private:
-    ::uid_t m_real;
-};
-
 TEST(Launch, rootDeletesFromItsOwnSystemOnlyWhenItIsTold)
 {
-    const Ids asRoot(0);
-    const Ids asUser(501);
+    const PlainUserIds asRoot(0);
+    const PlainUserIds asUser(501);
     const Privileges root = Privileges::afterEntry(&asRoot);
     const Privileges user = Privileges::afterEntry(&asUser);
     const Options plain;

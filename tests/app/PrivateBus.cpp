@@ -83,8 +83,6 @@ void ScreenSaver::UnInhibit(unsigned cookie)
     Q_EMIT called();
 }
 
-LoginManager::LoginManager() = default;
-
 bool LoginManager::isHeld()
 {
     // The other end of a pipe: when nobody has that open any more, this one hangs up.

@@ -62,7 +62,6 @@ class LoginManager : public QObject {
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Manager")
 
 public:
-    LoginManager();
     /// Whether somebody still holds what was handed out last.
     [[nodiscard]] bool isHeld();
 

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 
 namespace slicewise {
@@ -42,6 +43,18 @@ TEST_F(SnapshotTest, isTakenWhenTheScanIsDoneAndNotBefore)
     const QImage picture(QString::fromStdString(folder.pathOf("disk.png")));
     EXPECT_EQ(picture.size(), QSize(100, 80));
     EXPECT_EQ(picture.pixelColor(50, 40), QColor(Qt::red));
+}
+
+TEST_F(SnapshotTest, isTakenOfAWindowThatNeverStandsStill)
+{
+    load(memory);
+    waitUntilDone(*screen);
+    QObject::connect(&window, &QQuickWindow::frameSwapped, &window, &QQuickWindow::update);
+    window.update();
+    Snapshot snapshot(window, *screen, open(folder.pathOf("disk.png")), std::chrono::milliseconds(100));
+    QSignalSpy taken(&snapshot, &Snapshot::taken);
+    ASSERT_TRUE(taken.wait());
+    EXPECT_EQ(QImage(QString::fromStdString(folder.pathOf("disk.png"))).size(), QSize(100, 80));
 }
 
 TEST_F(SnapshotTest, isTakenOnceOfAScanThatIsDoneAlready)

@@ -5,14 +5,12 @@
 #include "app/Options.h"
 #include "app/Run.h"
 #include "platform/Privileges.h"
-#include "ui/SZANavigationController.h"
+#include "tests/app/ShownWindow.h"
 #include "ui/SZAViewController.h"
 
 #include <QCoreApplication>
-#include <QGuiApplication>
 #include <QQuickWindow>
 #include <QTimer>
-#include <QVariant>
 
 #include <cstdio>
 
@@ -20,31 +18,15 @@ namespace {
 
 void closeWindow(QQuickWindow &window)
 {
-    const auto *navigation = window.property("navigation").value<slicewise::SZANavigationController *>();
-    const bool done = navigation->topViewController()->doneScan();
+    const bool done = slicewise::firstScreenOf(window).doneScan();
     std::fputs(done ? "closed after the scan\n" : "closed while it scans\n", stdout);
     std::fflush(stdout);
     window.close();
 }
 
-/// The window is made when the event loop begins, or a little earlier.
-void waitForWindow()
-{
-    for (QWindow *window : QGuiApplication::topLevelWindows()) {
-        if (auto *quick = qobject_cast<QQuickWindow *>(window)) {
-            QObject::connect(
-                quick, &QQuickWindow::frameSwapped, quick, [quick] { closeWindow(*quick); },
-                Qt::SingleShotConnection);
-            quick->update();
-            return;
-        }
-    }
-    QTimer::singleShot(0, [] { waitForWindow(); });
-}
-
 void whenStarted()
 {
-    QTimer::singleShot(0, [] { waitForWindow(); });
+    QTimer::singleShot(0, [] { slicewise::whenWindowIsShown(closeWindow); });
 }
 
 } // namespace

@@ -15,6 +15,7 @@
 #include <sys/ptrace.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -194,8 +195,33 @@ TEST(Secluded, processesExecuteNothingAndCallNobody)
         EXPECT_TRUE(local);
         EXPECT_EQ(::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr), -1);
         EXPECT_EQ(errno, EPERM);
+        // Each would fail here in another way, if it came as far as that.
+        for (const long number :
+             {SYS_execveat, SYS_process_vm_readv, SYS_process_vm_writev, SYS_io_uring_setup}) {
+            EXPECT_EQ(::syscall(number, -1, nullptr, 0, nullptr, 0, 0), -1) << number;
+            EXPECT_EQ(errno, EPERM) << number;
+        }
     });
 }
+
+#if defined(__x86_64__)
+TEST(Secluded, processesMakeNoCallsUnderOtherNumbers)
+{
+    inChild([] {
+        const ::pid_t child = ::fork();
+        if (child == 0) {
+            if (seclude()) {
+                constexpr long kForeignCall = 0x4000'0000;
+                ::syscall(kForeignCall + SYS_getpid);
+            }
+            ::_exit(0);
+        }
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGSYS) << status;
+    });
+}
+#endif
 
 TEST(OpenFile, tellsItsTimesAndCanBeHandedOn)
 {
@@ -206,7 +232,14 @@ TEST(OpenFile, tellsItsTimesAndCanBeHandedOn)
     ASSERT_EQ(::utimensat(AT_FDCWD, directory.pathOf("file").c_str(), times.data(), 0), 0);
     const auto device = HostDevice::open(directory.path()).value();
     const auto file = device->openFile("/file").value();
-    EXPECT_EQ(file->times().value().modifiedSeconds, 1'234'567'890);
+    const FileTimes told = file->times().value();
+    EXPECT_EQ(told.modifiedSeconds, 1'234'567'890);
+    // Not every file system knows it.
+    struct statx made = {};
+    ASSERT_EQ(::statx(AT_FDCWD, directory.pathOf("file").c_str(), 0, STATX_BTIME, &made), 0);
+    EXPECT_EQ(told.createdSeconds, (made.stx_mask & STATX_BTIME) != 0
+                                       ? std::optional<std::int64_t>(made.stx_btime.tv_sec)
+                                       : std::nullopt);
     const UniqueFd copy = file->descriptor().value();
     char byte = 0;
     EXPECT_EQ(::pread(copy.get(), &byte, 1, 0), 1);

@@ -1,5 +1,6 @@
 #include "platform/OwnSystem.h"
 
+#include "tests/support/PlainUserIds.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -29,6 +30,15 @@ TEST(OwnSystem, isNoOtherDirectory)
     const TemporaryDirectory folder;
     EXPECT_FALSE(isOwn(folder.path()));
     EXPECT_FALSE(isOwn("/usr"));
+}
+
+TEST(OwnSystem, aloneIsReadOnlyAndForRootAlone)
+{
+    const PlainUserIds asRoot(0);
+    const PlainUserIds asUser(501);
+    EXPECT_TRUE(isReadOnlyForRoot(Privileges::afterEntry(&asRoot), true));
+    EXPECT_FALSE(isReadOnlyForRoot(Privileges::afterEntry(&asRoot), false));
+    EXPECT_FALSE(isReadOnlyForRoot(Privileges::afterEntry(&asUser), true));
 }
 
 } // namespace

@@ -19,7 +19,11 @@ TEST(ContentKind, isThatOfTheBeginningWhateverTheName)
     const std::vector<std::pair<std::string_view, ContentKind>> beginnings = {
         {"\x89PNG\r\n\x1a\n"sv, ContentKind::Image},
         {"\xff\xd8\xff\xe0...."sv, ContentKind::Image},
+        {"GIF87a......"sv, ContentKind::Image},
         {"GIF89a......"sv, ContentKind::Image},
+        {"II*\0\x08\0\0\0"sv, ContentKind::Image},
+        {"MM\0*\0\0\0\x08"sv, ContentKind::Image},
+        {"\0\0\1\0\1\0"sv, ContentKind::Image},
         {"RIFF\x24\0\0\0WEBPVP8 "sv, ContentKind::Image},
         {"RIFF\x24\0\0\0WAVEfmt "sv, ContentKind::Audio},
         {"RIFF\x24\0\0\0AVI LIST"sv, ContentKind::Video},
@@ -33,10 +37,25 @@ TEST(ContentKind, isThatOfTheBeginningWhateverTheName)
          "ftypM4A "sv,
          ContentKind::Audio},
         {"\0\0\0\x20"
+         "ftypM4B "sv,
+         ContentKind::Audio},
+        {"\0\0\0\x20"
          "ftypqt  "sv,
          ContentKind::Video},
         {"\0\0\0\x20"
+         "moov"sv,
+         ContentKind::Video},
+        {"\0\0\0\x20"
          "ftypheic"sv,
+         ContentKind::Image},
+        {"\0\0\0\x20"
+         "ftypheix"sv,
+         ContentKind::Image},
+        {"\0\0\0\x20"
+         "ftypmif1"sv,
+         ContentKind::Image},
+        {"\0\0\0\x20"
+         "ftypavif"sv,
          ContentKind::Image},
         {"\x1a\x45\xdf\xa3...."sv, ContentKind::Video},
         {"ID3\x03"sv, ContentKind::Audio},
@@ -44,6 +63,8 @@ TEST(ContentKind, isThatOfTheBeginningWhateverTheName)
         {"fLaC"sv, ContentKind::Audio},
         {"OggS"sv, ContentKind::Audio},
         {"FORM\0\0\0\0AIFF"sv, ContentKind::Audio},
+        {"FORM\0\0\0\0AIFC"sv, ContentKind::Audio},
+        {"caff\0\1"sv, ContentKind::Audio},
         {"<html><img src=x></html>"sv, ContentKind::Text},
         {"<?xml version=\"1.0\"?><other/>"sv, ContentKind::Text},
         {"#EXTM3U\n"sv, ContentKind::Text},
@@ -83,7 +104,9 @@ TEST(TextForm, isThatOfTheMark)
     EXPECT_EQ(textFormOf("\0\0\xfe\xff\0\0\0x"sv), TextForm::Utf32BigEndian);
     EXPECT_EQ(markLengthOf("\xef\xbb\xbfx"), 3U);
     EXPECT_EQ(markLengthOf("\xff\xfex\0"sv), 2U);
+    EXPECT_EQ(markLengthOf("\xfe\xff\0x"sv), 2U);
     EXPECT_EQ(markLengthOf("\xff\xfe\0\0x\0\0\0"sv), 4U);
+    EXPECT_EQ(markLengthOf("\0\0\xfe\xff\0\0\0x"sv), 4U);
     EXPECT_EQ(markLengthOf("x"), 0U);
 }
 

@@ -58,6 +58,10 @@ TEST(Options, showTheFileInTheFileManagerOrElseItsFolder)
     preview.documents.showInFolder("/folder/file");
     preview.documents.finishHandingOn();
     EXPECT_THAT(preview.opened, ElementsAre(Pair("/usr/bin/opener", preview.directory.path() + "/folder")));
+    preview.directory.writeFile("file", "x");
+    preview.documents.showInFolder("/file");
+    preview.documents.finishHandingOn();
+    EXPECT_EQ(preview.opened.back().second, preview.directory.path());
 }
 
 TEST(Options, thatComeToNothingAreLogged)

@@ -9,14 +9,21 @@ namespace slicewise {
 namespace {
 
 using testing::ElementsAre;
+using testing::IsEmpty;
 
-TEST(WholeArguments, marksWhatIsInBracketsAndTakesTheMarkAway)
+TEST(WholeArguments, areMarkedWhereTheyStandInBracketsUntilTheMarkIsTakenAway)
 {
     const std::array<const char *, 6> typed = {"program", "[a,b]", "[]", "[open", "closed]", "\1[a]"};
     std::vector<std::string> arguments = keptWhole(static_cast<int>(typed.size()), typed.data());
-    EXPECT_THAT(arguments, ElementsAre("program", "\1[a,b]", "\1[]", "[open", "closed]", "\1\1[a]"));
+    EXPECT_THAT(arguments, ElementsAre("\1\1[a]", "closed]", "[open", "\1[]", "\1[a,b]"));
     asTyped(arguments);
-    EXPECT_THAT(arguments, ElementsAre("program", "[a,b]", "[]", "[open", "closed]", "\1[a]"));
+    EXPECT_THAT(arguments, ElementsAre("\1[a]", "closed]", "[open", "[]", "[a,b]"));
+}
+
+TEST(WholeArguments, areNoneWhereNotEvenTheProgramIsNamed)
+{
+    const char *const nothing = nullptr;
+    EXPECT_THAT(keptWhole(0, &nothing), IsEmpty());
 }
 
 TEST(WholeArguments, leaveNoMarkInASentence)
