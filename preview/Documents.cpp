@@ -81,9 +81,11 @@ class Documents::Threads {
 public:
     /// Handing a file on asks the disk, and other programs.
     SerialQueue &handingOn() { return m_handingOn; }
+    [[nodiscard]] std::shared_ptr<EndingThreads> ending() const { return m_ending; }
 
 private:
     SerialQueue m_handingOn{"handing on"};
+    std::shared_ptr<EndingThreads> m_ending = std::make_shared<EndingThreads>();
 };
 
 Documents::Documents(Services services)
@@ -98,7 +100,8 @@ Document *Documents::open(const QByteArray &filename, const QString &name)
                                                                 .path = filename.toStdString(),
                                                                 .name = name,
                                                                 .decoder = m_services.decoder,
-                                                                .mostPatience = m_services.mostPatience});
+                                                                .mostPatience = m_services.mostPatience,
+                                                                .ending = m_threads->ending()});
     document->setParent(this);
     QQmlEngine::setObjectOwnership(document.get(), QQmlEngine::CppOwnership);
     return document.release();
