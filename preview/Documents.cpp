@@ -31,14 +31,15 @@ QString fileUrl(const std::string &hostPath)
 bool askFileManager(const std::string &hostPath)
 {
     // Without an address the library would start a bus of its own.
-    if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) {
+    const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    if (address.isEmpty()) {
         return false;
     }
     constexpr const char *kConnection = "slicewise file manager";
     constexpr int kMostWaitMs = 5'000;
     bool shown = false;
     {
-        const QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, kConnection);
+        const QDBusConnection bus = QDBusConnection::connectToBus(address, kConnection);
         QDBusMessage call =
             QDBusMessage::createMethodCall("org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
                                            "org.freedesktop.FileManager1", "ShowItems");
