@@ -6,8 +6,7 @@
 
 namespace slicewise {
 
-PieceModel::PieceModel(ReadingThread &thread)
-    : m_thread(thread), m_mailbox(std::make_shared<Mailbox>(*this))
+PieceModel::PieceModel(ReadingThread &thread) : m_thread(thread), m_mailbox(std::make_shared<Mailbox>(*this))
 {}
 
 PieceModel::~PieceModel()

@@ -39,7 +39,8 @@ public:
         asked.push_back((call.interface() + "." + call.member() + "(" + call.signature() + ") of " +
                          call.arguments().value(0).toStringList().join(","))
                             .toStdString());
-        return bus.send(refuses ? call.createErrorReply(QDBusError::Failed, "No window") : call.createReply());
+        return bus.send(refuses ? call.createErrorReply(QDBusError::Failed, "No window")
+                                : call.createReply());
     }
 
     std::vector<std::string> asked;
@@ -100,8 +101,8 @@ TEST_F(ShowInFolder, asksTheFileManagerForTheFileWhateverBytesItsNameHas)
 {
     addFileManager();
     show();
-    EXPECT_THAT(manager.asked, ElementsAre("org.freedesktop.FileManager1.ShowItems(ass) of file://" + folder() +
-                                           "/a%20b%FF%23.txt"));
+    EXPECT_THAT(manager.asked, ElementsAre("org.freedesktop.FileManager1.ShowItems(ass) of file://" +
+                                           folder() + "/a%20b%FF%23.txt"));
     EXPECT_THAT(opened, IsEmpty());
 }
 
