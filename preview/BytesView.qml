@@ -32,8 +32,46 @@ ListView {
     readonly property int textSize: view.width < 400 ? Math.min(Theme.smallTextSize, Theme.detailTextSize)
                                                      : Theme.detailTextSize
 
-    onFittingChanged: view.document.bytesOfLine = view.fitting
+    onFittingChanged: {
+        if (view.kept < 0)
+            view.kept = view.firstByte()
+        relined.start()
+    }
     Component.onCompleted: view.document.bytesOfLine = view.fitting
+
+    // Other lines than before, from the byte on that was the first to be seen.
+    function keepPlace() {
+        const first = view.kept
+        view.kept = -1
+        view.document.bytesOfLine = view.fitting
+        if (first <= 0)
+            return
+        const line = Math.floor(first / view.document.bytesOfLine)
+        const row = Math.floor(line / view.linesOfRow)
+        view.positionViewAtIndex(row, ListView.Beginning)
+        const last = view.originY + view.contentHeight + view.bottomMargin - view.height
+        view.contentY = Math.max(view.originY - view.topMargin, Math.min(last,
+            view.contentY + (line - row * view.linesOfRow) * sample.implicitHeight / view.linesOfRow))
+    }
+    function firstByte(): real {
+        const row = view.indexAt(1, view.contentY)
+        const item = view.itemAtIndex(row)
+        if (item === null)
+            return 0
+        const line = Math.floor((view.contentY - item.y) / item.height * view.linesOfRow + 0.5)
+        return (row * view.linesOfRow + line) * view.document.bytesOfLine
+    }
+
+    // When all that follows from the width has.
+    Timer {
+        id: relined
+
+        interval: 0
+        onTriggered: view.keepPlace()
+    }
+
+    readonly property int linesOfRow: 16
+    property real kept: -1 // the byte that is to stay the first one
 
     clip: true
     model: view.document.pieces
@@ -63,6 +101,14 @@ ListView {
         text: "0"
     }
 
+    // As high as every row but the last one.
+    Letters {
+        id: sample
+
+        visible: false
+        text: "0\n".repeat(view.linesOfRow - 1) + "0"
+    }
+
     component Letters: Text {
         textFormat: Text.PlainText
         font.family: view.fixedFontFamily
@@ -79,7 +125,7 @@ ListView {
 
         width: ListView.view.width
         // As high as it is going to be, but for the last one.
-        height: piece.pieceText.length > 0 ? bytes.implicitHeight : 16 * view.textSize * 1.45
+        height: piece.pieceText.length > 0 ? bytes.implicitHeight : sample.implicitHeight
 
         Row {
             anchors.horizontalCenter: parent.horizontalCenter

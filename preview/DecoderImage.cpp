@@ -36,8 +36,8 @@ public:
     {
         QImageReader reader;
         prepare(reader);
-        if (!reader.canRead()) {
-            fail(FailedAnswer::Why::Unreadable, 0);
+        if (!reader.canRead()) { // it begins like a picture, and no plugin knows such ones
+            fail(FailedAnswer::Why::NotInstalled, 0);
             return false;
         }
         m_size = fullSize(reader);

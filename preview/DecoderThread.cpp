@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <span>
 #include <string_view>
 #include <utility>
@@ -25,10 +26,25 @@ Confinement confinementFor(DecoderTask task)
     return {.mostDataBytes = kMostDataBytes, .mostSeconds = kMostSeconds};
 }
 
-bool isFrameRequest(const Request &request)
+bool isPlayRequest(const Request &request, PlayRequest::What what)
 {
     const auto *play = std::get_if<PlayRequest>(&request);
-    return play != nullptr && play->what == PlayRequest::What::NextFrame;
+    return play != nullptr && play->what == what;
+}
+
+bool isSeek(const Request &request)
+{
+    return isPlayRequest(request, PlayRequest::What::Seek);
+}
+
+bool isFrameRequest(const Request &request)
+{
+    return isPlayRequest(request, PlayRequest::What::NextFrame);
+}
+
+bool needsAnswer(const Request &request)
+{
+    return std::holds_alternative<DrawRequest>(request) || isFrameRequest(request);
 }
 
 } // namespace
@@ -54,6 +70,9 @@ DecoderThread::~DecoderThread()
 void DecoderThread::ask(const Request &request)
 {
     const std::lock_guard lock(m_mutex);
+    if (isSeek(request)) {
+        std::erase_if(m_waiting, isSeek); // a finger that goes on leaves places behind that nobody looks at
+    }
     m_waiting.push_back(request);
     if (m_decoder != nullptr) {
         m_decoder->wake();
@@ -134,6 +153,23 @@ bool DecoderThread::exchange(ConfinedProcess &decoder)
     return handOutAnswers() && makesSense && inTime;
 }
 
+std::optional<Request> DecoderThread::takeNext()
+{
+    if (!m_hasOpened) {
+        return std::nullopt;
+    }
+    auto found = std::find_if_not(m_waiting.begin(), m_waiting.end(), needsAnswer);
+    if (found == m_waiting.end()) {
+        if (m_waiting.empty() || m_reader.outstanding() > 0) {
+            return std::nullopt;
+        }
+        found = std::prev(m_waiting.end());
+    }
+    Request request = *found;
+    m_waiting.erase(found);
+    return request;
+}
+
 bool DecoderThread::sendWhatWaits(ConfinedProcess &decoder)
 {
     while (true) {
@@ -143,17 +179,10 @@ bool DecoderThread::sendWhatWaits(ConfinedProcess &decoder)
             if (m_ending) {
                 return false;
             }
-            const auto isNext = [this](const Request &waiting) {
-                const bool needsAnswer =
-                    std::holds_alternative<DrawRequest>(waiting) || isFrameRequest(waiting);
-                return m_hasOpened && (!needsAnswer || m_reader.outstanding() == 0);
-            };
-            const auto found = std::find_if(m_waiting.rbegin(), m_waiting.rend(), isNext);
-            if (found == m_waiting.rend()) {
-                return true;
-            }
-            request = *found;
-            m_waiting.erase(std::next(found).base());
+            request = takeNext();
+        }
+        if (!request) {
+            return true;
         }
         if (const auto *draw = std::get_if<DrawRequest>(&*request)) {
             m_reader.expectPicture(*draw);

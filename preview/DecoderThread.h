@@ -36,8 +36,9 @@ public:
     DecoderThread &operator=(const DecoderThread &) = delete;
     ~DecoderThread();
 
-    /// One request is with the decoder at a time, and of those that wait the last one goes first: what is on
-    /// the screen now was asked for last.
+    /// One picture at a time is with the decoder, and of those that wait the last one goes first: what is on
+    /// the screen now was asked for last. What steers a player goes ahead of them, in the order in which it
+    /// was asked; of places to go to that still wait, only the last.
     void ask(const Request &request);
     /// Takes back a drawing that has not begun; where it has, its answer comes all the same.
     void forget(std::uint32_t ticket);
@@ -49,6 +50,8 @@ private:
     void run();
     [[nodiscard]] bool exchange(ConfinedProcess &decoder);
     [[nodiscard]] bool sendWhatWaits(ConfinedProcess &decoder);
+    /// Of what waits, what can be sent now. The mutex is held.
+    [[nodiscard]] std::optional<Request> takeNext();
     [[nodiscard]] bool handOutAnswers();
     [[nodiscard]] std::optional<std::chrono::milliseconds> patience() const;
 

@@ -1,7 +1,6 @@
 #include "preview/Document.h"
 
 #include "preview/MemoryFile.h"
-#include "preview/OnThread.h"
 #include "preview/PictureItem.h"
 #include "ui/NameText.h"
 #include "ui/SizeText.h"
@@ -34,15 +33,24 @@ std::optional<DecoderTask> taskFor(ContentKind kind)
 
 } // namespace
 
-Document::Document(Origin origin) : m_origin(std::move(origin))
+Document::Document(Origin origin)
+    : m_origin(std::move(origin)),
+      m_mailbox(std::make_shared<Mailbox>(*this)),
+      m_reading(std::make_unique<ReadingThread>())
 {
-    m_reading.ask([this, device = m_origin.device, path = m_origin.path] {
+    m_reading->ask([this, mailbox = m_mailbox, device = m_origin.device, path = m_origin.path] {
         DocumentFacts facts = readDocumentFacts(*device, path);
-        callOnThreadOf(*this, [this, facts = std::move(facts)]() mutable { opened(std::move(facts)); });
+        mailbox->post([this, facts = std::move(facts)]() mutable { opened(std::move(facts)); });
     });
 }
 
-Document::~Document() = default;
+Document::~Document()
+{
+    m_mailbox->close();
+    if (m_origin.ending != nullptr) {
+        m_origin.ending->take(std::move(m_reading));
+    }
+}
 
 QString Document::pathText() const
 {
@@ -102,9 +110,9 @@ void Document::show(View view, const QString &message)
 void Document::showText(std::shared_ptr<ReadableFile> file, std::uint64_t sizeBytes, const std::string &head)
 {
     // Guessing an encoding looks at a good deal of text.
-    m_reading.ask([this, file = std::move(file), sizeBytes, head] {
+    m_reading->ask([this, mailbox = m_mailbox, file = std::move(file), sizeBytes, head] {
         auto source = std::make_shared<const TextSource>(sizeBytes, head);
-        callOnThreadOf(*this, [this, file, source] {
+        mailbox->post([this, file, source] {
             m_pieces.setSource(source, file);
             m_detail = source->encoding();
             show(View::Text);

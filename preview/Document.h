@@ -2,12 +2,13 @@
 //
 // Nothing of the file is read on the GUI thread, and nothing of it is decoded in this process but text. What
 // can't be shown as what it is has a sentence instead, and can be looked at byte by byte. GUI thread. Ends
-// its threads and its decoder when it goes.
+// its threads and its decoder when it goes; a read that has begun may take longer than the document lives.
 #pragma once
 
 #include "platform/Device.h"
 #include "preview/DecoderThread.h"
 #include "preview/DocumentFacts.h"
+#include "preview/OnThread.h"
 #include "preview/PieceModel.h"
 #include "preview/ReadingThread.h"
 
@@ -69,6 +70,9 @@ public:
         QString name;
         std::string decoder; ///< the program, or empty where there is none
         std::chrono::milliseconds mostPatience{20'000};
+        /// Gets the thread that reads, when the document goes; null: the document waits for its end. Goes
+        /// before the device does.
+        std::shared_ptr<EndingThreads> ending = nullptr;
     };
     explicit Document(Origin origin);
     Document(const Document &) = delete;
@@ -156,9 +160,9 @@ private:
     QSize m_screenPixels;
     bool m_frameAsked = false;
 
-    // What threads send to stands before them, so that they end first.
-    PieceModel m_pieces{m_reading};
-    ReadingThread m_reading;
+    std::shared_ptr<Mailbox> m_mailbox;
+    std::unique_ptr<ReadingThread> m_reading;
+    PieceModel m_pieces{*m_reading};
     std::unique_ptr<DecoderThread> m_decoder;
 };
 

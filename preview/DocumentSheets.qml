@@ -15,6 +15,7 @@ FocusScope {
     property var filename
     property Document document: null
     property bool closing: false
+    property bool mirrored: Application.layoutDirection === Qt.RightToLeft
     property real raised: 0 // how far up the page has come
 
     function presentPreview(screen: SZAViewController, filename: var, name: string) {
@@ -23,6 +24,7 @@ FocusScope {
         sheets.closing = false
         pageLoader.setSource("PreviewPage.qml", {
             document: sheets.document,
+            mirrored: Qt.binding(() => sheets.mirrored),
             fixedFontFamily: sheets.documents.fixedFontFamily
         })
         sheets.forceActiveFocus()

@@ -32,14 +32,15 @@ QString fileUrl(const std::string &hostPath)
 bool askFileManager(const std::string &hostPath)
 {
     // Without an address the library would start a bus of its own.
-    if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) {
+    const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    if (address.isEmpty()) {
         return false;
     }
     constexpr const char *kConnection = "slicewise file manager";
     constexpr int kMostWaitMs = 5'000;
     bool shown = false;
     {
-        const QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, kConnection);
+        const QDBusConnection bus = QDBusConnection::connectToBus(address, kConnection);
         QDBusMessage call =
             QDBusMessage::createMethodCall("org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
                                            "org.freedesktop.FileManager1", "ShowItems");
@@ -76,9 +77,11 @@ class Documents::Threads {
 public:
     /// Handing a file on asks the disk, and other programs.
     SerialQueue &handingOn() { return m_handingOn; }
+    [[nodiscard]] std::shared_ptr<EndingThreads> ending() const { return m_ending; }
 
 private:
     SerialQueue m_handingOn{"handing on"};
+    std::shared_ptr<EndingThreads> m_ending = std::make_shared<EndingThreads>();
 };
 
 Documents::Documents(Services services)
@@ -93,7 +96,8 @@ Document *Documents::open(const QByteArray &filename, const QString &name)
                                                                 .path = filename.toStdString(),
                                                                 .name = name,
                                                                 .decoder = m_services.decoder,
-                                                                .mostPatience = m_services.mostPatience});
+                                                                .mostPatience = m_services.mostPatience,
+                                                                .ending = m_threads->ending()});
     document->setParent(this);
     QQmlEngine::setObjectOwnership(document.get(), QQmlEngine::CppOwnership);
     return document.release();

@@ -46,7 +46,7 @@ class Documents final : public QObject {
 
 public:
     struct Services {
-        const Device *device = nullptr;         ///< borrowed
+        const Device *device = nullptr;         ///< borrowed; outlives us
         Log *log = nullptr;                     ///< borrowed
         std::string decoder = decoderProgram(); ///< empty: only text and bytes are shown
         DesktopServices desktop = desktopServices();
@@ -59,7 +59,8 @@ public:
 
     /// Opens a file of the device to be looked at. The document is ours, until it is closed.
     Q_INVOKABLE [[nodiscard]] slicewise::Document *open(const QByteArray &filename, const QString &name);
-    /// It is gone when the event loop is reached, its decoder and its threads at once.
+    /// It is gone when the event loop is reached, its decoder at once. Waits for no disk: what is being read
+    /// of it comes to an end by itself, and our destructor waits for that.
     Q_INVOKABLE void close(slicewise::Document *document);
 
     /// Whether there is a desktop to hand files on to.

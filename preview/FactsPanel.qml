@@ -32,8 +32,10 @@ Item {
         spacing: 1
 
         Text {
+            width: fact.width
             text: fact.label
             textFormat: Text.PlainText
+            horizontalAlignment: Text.AlignLeft
             font.pixelSize: Theme.smallTextSize
             color: Theme.secondaryTextColor
         }
@@ -41,6 +43,7 @@ Item {
             width: fact.width
             text: fact.text
             textFormat: Text.PlainText
+            horizontalAlignment: Text.AlignLeft
             wrapMode: Text.WrapAnywhere
             font.pixelSize: Theme.detailTextSize
             color: Theme.textColor
@@ -76,7 +79,10 @@ Item {
                 Text {
                     id: line
 
+                    objectName: "summary"
+                    anchors.left: parent.left
                     anchors.verticalCenter: parent.verticalCenter
+                    horizontalAlignment: Text.AlignLeft
                     width: parent.width - sign.width - Theme.spacing
                     text: panel.summary
                     textFormat: Text.PlainText
@@ -88,6 +94,7 @@ Item {
                 Text {
                     id: sign
 
+                    objectName: "more"
                     anchors.right: parent.right
                     anchors.verticalCenter: parent.verticalCenter
                     text: panel.open ? qsTr("Less") : qsTr("Details")

@@ -85,11 +85,6 @@ Item {
             enabled: view.document.durationMs > 0
             Accessible.name: qsTr("Position")
             onMoved: view.document.seek(Math.round(slider.value))
-            // The player may pass by a place that comes right after another; where the finger has come to rest counts.
-            onPressedChanged: {
-                if (!slider.pressed && slider.value !== view.document.positionMs)
-                    view.document.seek(Math.round(slider.value));
-            }
             palette.dark: Theme.accentColor
             palette.midlight: Theme.separatorColor
         }

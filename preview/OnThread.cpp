@@ -11,4 +11,18 @@ void callOnThreadOf(QObject &receiver, std::function<void()> call)
     QObject::connect(&sender, &QObject::destroyed, &receiver, std::move(call), Qt::QueuedConnection);
 }
 
+void Mailbox::post(std::function<void()> call)
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_receiver != nullptr) {
+        callOnThreadOf(*m_receiver, std::move(call));
+    }
+}
+
+void Mailbox::close()
+{
+    const std::lock_guard lock(m_mutex);
+    m_receiver = nullptr;
+}
+
 } // namespace slicewise

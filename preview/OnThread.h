@@ -4,11 +4,27 @@
 #include <QObject>
 
 #include <functional>
+#include <mutex>
 
 namespace slicewise {
 
 /// Calls the function from the event loop of the receiver's thread; never where the receiver goes before
 /// that. Any thread.
 void callOnThreadOf(QObject &receiver, std::function<void()> call);
+
+/// Where other threads leave calls for an object that goes when it likes. Shared by it and by them.
+class Mailbox {
+public:
+    explicit Mailbox(QObject &receiver) : m_receiver(&receiver) {}
+
+    /// As callOnThreadOf(); nothing once the mailbox is closed. Any thread.
+    void post(std::function<void()> call);
+    /// The receiver's destructor does it.
+    void close();
+
+private:
+    std::mutex m_mutex;
+    QObject *m_receiver; ///< null: closed
+};
 
 } // namespace slicewise

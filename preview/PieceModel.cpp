@@ -1,14 +1,18 @@
 #include "preview/PieceModel.h"
 
-#include "preview/OnThread.h"
-
 #include <algorithm>
 #include <limits>
 #include <utility>
 
 namespace slicewise {
 
-PieceModel::PieceModel(ReadingThread &thread) : m_thread(thread) {}
+PieceModel::PieceModel(ReadingThread &thread) : m_thread(thread), m_mailbox(std::make_shared<Mailbox>(*this))
+{}
+
+PieceModel::~PieceModel()
+{
+    m_mailbox->close();
+}
 
 void PieceModel::setSource(std::shared_ptr<const PieceSource> source, std::shared_ptr<ReadableFile> file)
 {
@@ -69,9 +73,9 @@ void PieceModel::ask(int row) const
     m_asked.insert(row);
     auto *const self = const_cast<PieceModel *>(this); // what arrives changes it
     m_thread.ask(
-        [self, row, generation = m_generation, source = m_source, file = m_file] {
+        [self, mailbox = m_mailbox, row, generation = m_generation, source = m_source, file = m_file] {
             const Piece piece = source->read(static_cast<std::uint64_t>(row), *file);
-            callOnThreadOf(*self, [self, row, generation, piece] { self->arrived(row, generation, piece); });
+            mailbox->post([self, row, generation, piece] { self->arrived(row, generation, piece); });
         },
         [this, row] { m_asked.remove(row); });
 }

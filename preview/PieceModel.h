@@ -4,6 +4,7 @@
 // later. Only so many are kept. GUI thread.
 #pragma once
 
+#include "preview/OnThread.h"
 #include "preview/PieceSource.h"
 #include "preview/ReadingThread.h"
 
@@ -25,8 +26,12 @@ public:
     enum Role { TextRole = Qt::UserRole + 1, OffsetsRole, CharactersRole, IsReadRole };
     static constexpr int kMostKept = 400;
 
-    /// The thread is borrowed and ends before the model.
+    /// The thread is borrowed: it is there for as long as the model is asked. What it still reads when the
+    /// model goes does not arrive.
     explicit PieceModel(ReadingThread &thread);
+    PieceModel(const PieceModel &) = delete;
+    PieceModel &operator=(const PieceModel &) = delete;
+    ~PieceModel() override;
 
     /// Shows something else from now on; what was asked for before does not come any more.
     void setSource(std::shared_ptr<const PieceSource> source, std::shared_ptr<ReadableFile> file);
@@ -43,6 +48,7 @@ private:
     void arrived(int row, int generation, const Piece &piece);
 
     ReadingThread &m_thread;
+    std::shared_ptr<Mailbox> m_mailbox;
     std::shared_ptr<const PieceSource> m_source;
     std::shared_ptr<ReadableFile> m_file;
     int m_generation = 0; ///< of the source

@@ -10,6 +10,9 @@ Rectangle {
     required property Document document
     required property string fixedFontFamily
 
+    // Its bars; what it shows is no text of ours.
+    property bool mirrored: false
+
     signal done
     signal actionsRequested
 
@@ -31,6 +34,8 @@ Rectangle {
         height: Math.max(Theme.touchSize + 6, doneButton.implicitHeight)
         color: Theme.tableColor
         z: 1
+        LayoutMirroring.enabled: page.mirrored
+        LayoutMirroring.childrenInherit: true
 
         GlassButton {
             id: doneButton
@@ -175,6 +180,8 @@ Rectangle {
         width: parent.width
         height: panel.height
         color: Theme.tableColor
+        LayoutMirroring.enabled: page.mirrored
+        LayoutMirroring.childrenInherit: true
 
         FactsPanel {
             id: panel

@@ -8,13 +8,25 @@ ReadingThread::ReadingThread() : m_thread([this] { run(); }) {}
 
 ReadingThread::~ReadingThread()
 {
+    end();
+    m_thread.join();
+}
+
+void ReadingThread::end()
+{
+    std::deque<Entry> forgotten; // what it owns may take a while to go
     {
         const std::lock_guard lock(m_mutex);
         m_ending = true;
-        m_waiting.clear();
+        forgotten.swap(m_waiting);
     }
     m_workCame.notify_one();
-    m_thread.join();
+}
+
+bool ReadingThread::hasEnded() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_hasEnded;
 }
 
 void ReadingThread::ask(Work work, Work dropped)
@@ -22,6 +34,9 @@ void ReadingThread::ask(Work work, Work dropped)
     Work tooOld;
     {
         const std::lock_guard lock(m_mutex);
+        if (m_ending) {
+            return;
+        }
         m_waiting.push_back({.work = std::move(work), .dropped = std::move(dropped)});
         if (m_waiting.size() > kMostWaiting) {
             tooOld = std::move(m_waiting.front().dropped);
@@ -40,14 +55,23 @@ void ReadingThread::run()
     while (true) {
         m_workCame.wait(lock, [this] { return m_ending || !m_waiting.empty(); });
         if (m_ending) {
+            m_hasEnded = true;
             return;
         }
-        const Work work = std::move(m_waiting.back().work);
+        Work work = std::move(m_waiting.back().work);
         m_waiting.pop_back();
         lock.unlock();
         work();
+        work = {};
         lock.lock();
     }
+}
+
+void EndingThreads::take(std::unique_ptr<ReadingThread> thread)
+{
+    thread->end();
+    std::erase_if(m_threads, [](const auto &ending) { return ending->hasEnded(); });
+    m_threads.push_back(std::move(thread));
 }
 
 } // namespace slicewise

@@ -13,15 +13,20 @@
 #include <cerrno>
 #include <csignal>
 #include <fstream>
+#include <future>
 #include <iterator>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace slicewise {
 
 namespace {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
+using testing::Pair;
 using View = Document::View;
 
 /// Bytes that are taken for a picture, and tell the stand-in what to do.
@@ -176,6 +181,44 @@ TEST_F(Decoder, endsWithItsPreviewWhateverItIsDoing)
     const ::pid_t process = document->decoderProcess().value();
     document.reset();
     EXPECT_FALSE(isRunning(process));
+}
+
+TEST_F(Decoder, isSteeredInTheOrderOfTheRequestsAndOnlyToTheLastPlace)
+{
+    using What = PlayRequest::What;
+    preview.directory.writeFile("x.png", deed("recite"));
+    const std::unique_ptr<ReadableFile> file = preview.device->openFile("/x.png").value();
+    std::unique_ptr<DecoderThread> thread;
+    std::promise<void> made;
+    std::promise<void> said;
+    std::vector<std::pair<What, std::uint32_t>> heard;
+    bool hasAsked = false;
+    thread = std::make_unique<DecoderThread>(
+        DecoderStart{.program = SLICEWISE_HOSTILE_DECODER,
+                     .task = DecoderTask::Media,
+                     .file = file->descriptor().value()},
+        [&](const std::optional<Answer> &answer) {
+            if (!hasAsked) { // on its thread, so that all of them wait at once
+                hasAsked = true;
+                made.get_future().wait();
+                thread->ask(PlayRequest{.what = What::Seek, .positionMs = 300});
+                thread->ask(PlayRequest{.what = What::Play});
+                thread->ask(PlayRequest{.what = What::NextFrame, .width = 8, .height = 8});
+                thread->ask(PlayRequest{.what = What::Seek, .positionMs = 600});
+                thread->ask(PlayRequest{.what = What::Pause});
+                return;
+            }
+            const auto &playback = std::get<PlaybackAnswer>(answer.value());
+            heard.emplace_back(static_cast<What>(playback.durationMs), playback.positionMs);
+            if (heard.size() == 4) {
+                said.set_value();
+            }
+        });
+    made.set_value();
+    said.get_future().wait();
+    thread.reset();
+    EXPECT_THAT(heard, ElementsAre(Pair(What::Play, 0), Pair(What::Seek, 600), Pair(What::Pause, 0),
+                                   Pair(What::NextFrame, 0)));
 }
 
 TEST_F(Decoder, thatIsNotThereLeavesASentence)

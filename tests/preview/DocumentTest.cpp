@@ -222,7 +222,7 @@ TEST(Bytes, ofATerabyteAreReachedAtItsEnd)
 TEST(Pictures, areDrawnAsLargeAsTheyAreAskedFor)
 {
     Preview preview;
-    for (const char *format : {"PNG", "JPG", "BMP"}) {
+    for (const char *format : {"PNG", "JPG", "BMP", "WEBP", "TIFF"}) {
         Document *document = preview.showBytesOf("picture", encoded(twoColours(400, 200), format));
         ASSERT_EQ(document->view(), View::Picture) << format << text(document->message());
         EXPECT_EQ(document->pageSize(0), QSize(400, 200));
@@ -234,6 +234,18 @@ TEST(Pictures, areDrawnAsLargeAsTheyAreAskedFor)
         EXPECT_TRUE(isNear(colourAt(drawn, 0.8, 0.5), Qt::blue)) << format;
         preview.documents.close(document);
     }
+}
+
+TEST(Pictures, ofAKindThatNothingInstalledKnowsSaySo)
+{
+    Preview preview;
+    Document *document = preview.showBytesOf("photo.heic", std::string("\0\0\0\x18"
+                                                                       "ftypheic\0\0\0\0mif1heic",
+                                                                       24) +
+                                                               std::string(200, '\0'));
+    EXPECT_EQ(document->view(), View::Notice);
+    EXPECT_EQ(text(document->message()), "There is nothing installed that shows files of this kind.");
+    EXPECT_TRUE(document->hasBytes());
 }
 
 TEST(Pictures, areDrawnAnewWhereTheyGetLarger)

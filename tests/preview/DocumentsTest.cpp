@@ -1,6 +1,7 @@
 // What can be done with a file besides looking at it.
 #include "platform/Desktop.h"
 #include "tests/preview/PreviewFixture.h"
+#include "tests/support/FailingDevice.h"
 #include "tests/support/InChild.h"
 #include "tests/support/RunProgram.h"
 
@@ -11,8 +12,10 @@
 
 #include <sys/wait.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <fstream>
+#include <future>
 #include <iterator>
 #include <string>
 #include <utility>
@@ -92,6 +95,81 @@ TEST(DocumentsOfQml, areOursAndGoWithTheirPreview)
     preview.documents.close(nullptr);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_EQ(document, nullptr);
+}
+
+/// A device with a file that can't be read before the gate is opened.
+struct HangingDisk {
+    HangingDisk()
+    {
+        preview.directory.writeFile("hanging", "text that comes late");
+        preview.directory.writeFile("file", "text");
+        device.runBeforeReadAt("/hanging", [this](const std::string &) {
+            if (!hasBegun.exchange(true)) {
+                begun.set_value();
+            }
+            gate.wait();
+        });
+    }
+    ~HangingDisk()
+    {
+        if (!isLetGo) {
+            letGo.set_value();
+        }
+    }
+    Preview preview;
+    FailingDevice device{*preview.device};
+    std::atomic<bool> hasBegun = false;
+    std::promise<void> begun;
+    std::promise<void> letGo;
+    std::shared_future<void> gate = letGo.get_future().share();
+    bool isLetGo = false;
+};
+
+TEST(DocumentsOfQml, thatAreReadFromADiskThatHangsAreClosedAllTheSame)
+{
+    HangingDisk disk;
+    auto services = disk.preview.services(SLICEWISE_PREVIEW);
+    services.device = &disk.device;
+    Documents documents(services);
+    QPointer<Document> hanging = documents.open("/hanging", "n");
+    disk.begun.get_future().wait();
+    documents.close(hanging);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(hanging, nullptr);
+
+    Document *other = documents.open("/file", "n");
+    EXPECT_TRUE(eventually([&] { return other->view() == Document::View::Text; }));
+    EXPECT_EQ(rowOf(*other, 0), "text");
+    disk.isLetGo = true;
+    disk.letGo.set_value();
+    // What has been read for nobody reaches nobody, whether or not there still are documents.
+    documents.close(other);
+    QCoreApplication::processEvents();
+}
+
+TEST(EndingThreadsTest, areForgottenOnceTheyHaveEnded)
+{
+    EndingThreads ending;
+    std::promise<void> gate;
+    std::promise<void> begun;
+    auto hanging = std::make_unique<ReadingThread>();
+    hanging->ask([&] {
+        begun.set_value();
+        gate.get_future().wait();
+    });
+    begun.get_future().wait();
+    bool wasDone = false;
+    hanging->ask([&] { wasDone = true; });
+    const ReadingThread &watched = *hanging;
+    ending.take(std::move(hanging));
+    EXPECT_FALSE(watched.hasEnded());
+    ending.take(std::make_unique<ReadingThread>());
+    EXPECT_EQ(ending.count(), 2U) << "one of them hangs";
+    gate.set_value();
+    EXPECT_TRUE(eventually([&] { return watched.hasEnded(); }));
+    EXPECT_FALSE(wasDone) << "what waited is forgotten";
+    ending.take(std::make_unique<ReadingThread>());
+    EXPECT_LE(ending.count(), 2U);
 }
 
 TEST(Desktop, isThereOnlyInASession)

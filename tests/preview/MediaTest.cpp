@@ -82,8 +82,10 @@ TEST_F(Media, ThePositionStaysWithTheFingerThatHoldsIt)
         return slider->mapToScene({slider->width() * part, slider->height() / 2}).toPoint();
     };
     ASSERT_TRUE(eventually([&] { return isRed(); }));
-    QTest::mousePress(&window, Qt::LeftButton, Qt::NoModifier, at(0.6));
-    EXPECT_TRUE(eventually([&] { return document()->positionMs() > 1000; }));
+    QTest::mousePress(&window, Qt::LeftButton, Qt::NoModifier, at(0.3));
+    QTest::mouseMove(&window, at(0.6));
+    EXPECT_TRUE(eventually([&] { return document()->positionMs() > 1500; }));
+    EXPECT_TRUE(eventually([&] { return isBlue(); }));
     const double held = slider->property("value").toDouble();
     document()->seek(0);
     EXPECT_TRUE(eventually([&] { return document()->positionMs() == 0; }));

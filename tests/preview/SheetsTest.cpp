@@ -224,6 +224,71 @@ TEST_F(Sheets, stayOverTheWholeWindowWhenItIsTurned)
     }
 }
 
+TEST_F(Sheets, keepTheFirstByteWhereItIsWhenTheWindowIsResized)
+{
+    preview.directory.writeFile("file", std::string("\0\1", 2) + std::string(200'000, 'x'));
+    present("presentPreview", "/file");
+    settle();
+    ASSERT_EQ(document()->view(), Document::View::Bytes);
+    auto *view = find("content")->property("item").value<QQuickItem *>();
+    const auto firstByte = [&] {
+        const double top = view->property("contentY").toDouble();
+        int row = -1;
+        QQuickItem *item = nullptr;
+        EXPECT_TRUE(QMetaObject::invokeMethod(view, "indexAt", Q_RETURN_ARG(int, row), Q_ARG(double, 1.0),
+                                              Q_ARG(double, top + 2)));
+        EXPECT_TRUE(QMetaObject::invokeMethod(view, "itemAtIndex", Q_RETURN_ARG(QQuickItem *, item),
+                                              Q_ARG(int, row)));
+        const int line = item == nullptr ? -1 : static_cast<int>((top + 2 - item->y()) * 16 / item->height());
+        return (row * 16 + line) * document()->bytesOfLine();
+    };
+    QTest::keyClick(&window, Qt::Key_PageDown);
+    for (int i = 0; i < 20; ++i) {
+        QTest::keyClick(&window, Qt::Key_PageDown);
+    }
+    const int before = firstByte();
+    const int bytesBefore = document()->bytesOfLine();
+    ASSERT_GT(before, 3000);
+    for (const QSize size : {QSize(1180, 820), QSize(820, 1180), QSize(320, 480), QSize(390, 844)}) {
+        resize(size);
+        settle();
+        EXPECT_NEAR(firstByte(), before, 32) << size.width();
+    }
+    EXPECT_EQ(document()->bytesOfLine(), bytesBefore);
+    resize({1600, 1000});
+    settle();
+    EXPECT_NE(document()->bytesOfLine(), bytesBefore);
+}
+
+TEST_F(Sheets, areMirroredForWhoeverReadsFromTheRight)
+{
+    preview.directory.writeFile("file", "some text");
+    present("presentPreview", "/file");
+    settle();
+    QQuickItem *facts = find("facts");
+    facts->setProperty("open", true);
+    EXPECT_TRUE(
+        eventually([&] { return facts->height() == facts->implicitHeight() && facts->height() > 100; }));
+    settle();
+    const auto middle = [&](const char *name) {
+        const QQuickItem *item = find(name);
+        return item->mapToScene({item->width() / 2, 0}).x();
+    };
+    const double half = window.width() / 2.0;
+    EXPECT_LT(middle("done"), half);
+    EXPECT_GT(middle("actions"), half);
+    EXPECT_LT(middle("summary"), half);
+    EXPECT_GT(middle("more"), half);
+    sheets->setProperty("mirrored", true);
+    settle();
+    EXPECT_GT(middle("done"), half);
+    EXPECT_LT(middle("actions"), half);
+    EXPECT_GT(middle("summary"), half);
+    EXPECT_LT(middle("more"), half);
+    EXPECT_NEAR(middle("title"), half, 1);
+    savePicture("mirrored");
+}
+
 class Pages : public Sheets, public testing::WithParamInterface<QSize> {
 protected:
     void look(const std::string &name, const std::string &content)

@@ -52,6 +52,25 @@ std::string status()
     return text;
 }
 
+/// Says of each request that steers a player which one it is, as a length, and where to, as a place.
+void recite()
+{
+    say(encodeAnswer(PlaybackAnswer{}));
+    RequestReader reader;
+    std::array<char, 4096> bytes{};
+    while (true) {
+        const ssize_t length = ::read(STDOUT_FILENO, bytes.data(), bytes.size());
+        if (length <= 0 || !reader.feed({bytes.data(), static_cast<std::size_t>(length)})) {
+            return;
+        }
+        while (const auto request = reader.next()) {
+            const auto &play = std::get<PlayRequest>(*request);
+            say(encodeAnswer(PlaybackAnswer{.positionMs = play.positionMs,
+                                            .durationMs = static_cast<std::uint32_t>(play.what)}));
+        }
+    }
+}
+
 void act(const std::string &deed)
 {
     std::array<char, 64> request{};
@@ -73,6 +92,8 @@ void act(const std::string &deed)
         say(encodeAnswer(
             PictureAnswer{.ticket = 1, .width = 9000, .height = 1, .pixels = std::string(36000, 'x')}));
         ::pause();
+    } else if (deed.ends_with("recite")) {
+        recite();
     } else if (deed.ends_with("trickle")) {
         while (true) {
             say(std::string(1, '\x65')); // the beginning of a head, and never more than that

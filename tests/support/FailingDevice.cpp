@@ -83,6 +83,12 @@ public:
 
     Result<std::size_t> readAt(std::uint64_t offset, std::span<std::byte> into) override
     {
+        if (const auto hooks = m_device.m_hooksOfReadings.find(m_path);
+            hooks != m_device.m_hooksOfReadings.end()) {
+            for (const Hook &hook : hooks->second) {
+                hook(m_path);
+            }
+        }
         const auto failing = m_device.m_fileReadings.find(m_path);
         if (failing != m_device.m_fileReadings.end() && offset + into.size() > failing->second.offset) {
             return ErrorNumber{failing->second.error};
@@ -204,6 +210,11 @@ void FailingDevice::runBeforeOpen(const std::string &path, Hook hook)
 void FailingDevice::runBeforeEachOpen(Hook hook)
 {
     m_hooksOfAll.push_back(std::move(hook));
+}
+
+void FailingDevice::runBeforeReadAt(const std::string &path, Hook hook)
+{
+    m_hooksOfReadings[path].push_back(std::move(hook));
 }
 
 void FailingDevice::runBeforeEachRemoval(Hook hook)

@@ -54,6 +54,9 @@ public:
     /// Runs before any directory is opened.
     void runBeforeEachOpen(Hook hook);
 
+    /// Runs before each reading of a file that has been opened under that path.
+    void runBeforeReadAt(const std::string &path, Hook hook);
+
     /// Runs before anything is removed, with its path.
     void runBeforeEachRemoval(Hook hook);
 
@@ -104,6 +107,7 @@ private:
     ByPath<int> m_removes;
     ByPath<std::vector<Hook>> m_hooks;
     std::vector<Hook> m_hooksOfAll;
+    ByPath<std::vector<Hook>> m_hooksOfReadings;
     std::vector<Hook> m_hooksOfRemovals;
     mutable std::mutex m_mutex; ///< for what follows
     mutable std::vector<std::string> m_opened;
