@@ -44,28 +44,18 @@ FocusScope {
             sheet.chosen(index)
     }
 
-    visible: backdrop.opacity > 0
+    visible: shade.opacity > 0
     focus: sheet.shown
     Keys.onEscapePressed: sheet.finish(-1)
     Keys.onBackPressed: sheet.finish(-1)
 
-    Rectangle {
-        id: backdrop
+    Shade {
+        id: shade
 
         anchors.fill: parent
-        color: "#000000"
-        opacity: sheet.shown ? 0.45 : 0
-
-        Behavior on opacity { NumberAnimation { duration: 180 } }
-    }
-
-    // Nothing below is reached, and a touch beside the sheet is a refusal.
-    MouseArea {
-        anchors.fill: parent
-        enabled: sheet.visible
-        hoverEnabled: true
-        onClicked: sheet.finish(-1)
-        onWheel: wheel => wheel.accepted = true
+        shown: sheet.shown
+        // A touch beside the sheet is a refusal.
+        onTapped: sheet.finish(-1)
     }
 
     Column {

@@ -1,7 +1,7 @@
 // A line of a sheet of actions.
 import QtQuick
-import Slicewise.Ui
 import QtQuick.Templates as T
+import Slicewise.Ui
 
 T.AbstractButton {
     id: button
@@ -14,8 +14,14 @@ T.AbstractButton {
     focusPolicy: Qt.StrongFocus
     Accessible.role: Accessible.Button
     Accessible.name: button.text
-    Keys.onReturnPressed: button.clicked()
-    Keys.onEnterPressed: button.clicked()
+    Keys.onReturnPressed: event => pressByKey(event)
+    Keys.onEnterPressed: event => pressByKey(event)
+
+    // A key that is still held from what has led here is no answer.
+    function pressByKey(event) {
+        if (!event.isAutoRepeat)
+            clicked();
+    }
 
     background: Rectangle {
         color: button.down ? Theme.pressedColor : "transparent"
@@ -28,14 +34,11 @@ T.AbstractButton {
             color: Theme.separatorColor
         }
 
-        Rectangle {
+        FocusRing {
             anchors.fill: parent
             anchors.margins: 3
-            visible: button.visualFocus
-            color: "transparent"
+            shown: button.visualFocus
             radius: Theme.cornerRadius - 3
-            border.width: 2
-            border.color: Theme.focusColor
         }
     }
 

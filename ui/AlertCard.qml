@@ -21,7 +21,7 @@ FocusScope {
         scroller.contentY = Math.max(0, Math.min(furthest, scroller.contentY + distance));
     }
 
-    visible: backdrop.opacity > 0
+    visible: shade.opacity > 0
     onShownChanged: {
         if (!shown)
             return;
@@ -53,21 +53,11 @@ FocusScope {
         }
     }
 
-    Rectangle {
-        id: backdrop
+    Shade {
+        id: shade
 
         anchors.fill: parent
-        color: "#000000"
-        opacity: card.shown ? 0.45 : 0
-
-        Behavior on opacity {
-            NumberAnimation { duration: 180 }
-        }
-    }
-    MouseArea {
-        anchors.fill: parent
-        hoverEnabled: true
-        onWheel: wheel => wheel.accepted = true
+        shown: card.shown
     }
 
     Rectangle {

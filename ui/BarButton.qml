@@ -6,41 +6,25 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import Slicewise.Ui
 
-Item {
+Pressable {
     id: button
 
     property string text: ""
-    property string spokenText: text
     property color tint: Theme.barButtonColor
-    property bool touchable: true
     property bool arrow: false
     property bool mirrored: false
     property real textWidth: label.implicitWidth
     readonly property real padding: Theme.spacing
     readonly property real arrowRoom: arrow ? chevron.width + 6 : 0
 
-    signal tapped
-
-    function press() {
-        if (touchable)
-            tapped();
-    }
-
+    spokenText: text
     width: Math.max(Theme.touchSize, 2 * padding + arrowRoom + (text.length > 0 ? textWidth : 0))
     height: Math.max(Theme.touchSize, label.implicitHeight)
     activeFocusOnTab: true
 
-    Accessible.role: Accessible.Button
-    Accessible.name: spokenText
-    Accessible.focusable: true
-    Accessible.onPressAction: press()
-    Keys.onReturnPressed: press()
-    Keys.onEnterPressed: press()
-    Keys.onSpacePressed: press()
-
     Item {
         anchors.fill: parent
-        opacity: area.pressed ? 0.35 : button.touchable ? 1 : 0.45
+        opacity: button.held ? 0.35 : button.touchable ? 1 : 0.45
 
         // Two strokes: no letter of any font has the right weight.
         Item {
@@ -94,14 +78,5 @@ Item {
         anchors.margins: 3
         shown: button.activeFocus
         border.color: button.tint
-    }
-    MouseArea {
-        id: area
-
-        anchors.fill: parent
-        enabled: button.touchable
-        onClicked: button.press()
-        // Or the second of two quick taps would get lost.
-        onDoubleClicked: button.press()
     }
 }

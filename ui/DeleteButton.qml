@@ -2,37 +2,18 @@
 import QtQuick
 import Slicewise.Ui
 
-Item {
+Pressable {
     id: button
 
     required property string spokenName
-    property bool touchable: true
-
-    signal tapped
-
-    function press() {
-        if (touchable)
-            tapped();
-    }
 
     implicitWidth: Math.max(82, Math.ceil(label.implicitWidth) + 2 * Theme.margin)
 
-    Accessible.role: Accessible.Button
-    Accessible.name: qsTr("Confirm deleting %1").arg(spokenName)
-    Accessible.focusable: true
-    Accessible.onPressAction: press()
-    Keys.onReturnPressed: event => pressByKey(event)
-    Keys.onEnterPressed: event => pressByKey(event)
-    Keys.onSpacePressed: event => pressByKey(event)
-
-    function pressByKey(event) {
-        if (!event.isAutoRepeat)
-            press();
-    }
+    spokenText: qsTr("Confirm deleting %1").arg(spokenName)
 
     Rectangle {
         anchors.fill: parent
-        color: area.pressed ? Qt.darker(Theme.deleteColor, 1.25) : Theme.deleteColor
+        color: button.held ? Qt.darker(Theme.deleteColor, 1.25) : Theme.deleteColor
     }
     Text {
         id: label
@@ -49,12 +30,5 @@ Item {
         anchors.margins: 4
         border.color: "#ffffff"
         shown: button.activeFocus
-    }
-    MouseArea {
-        id: area
-
-        anchors.fill: parent
-        enabled: button.touchable
-        onClicked: button.press()
     }
 }

@@ -2,38 +2,19 @@
 import QtQuick
 import Slicewise.Ui
 
-Item {
+Pressable {
     id: minus
 
     required property string spokenName
     property bool opened: false
-    property bool touchable: true
     property real progress: 0 ///< of its way in: 0 beside the row, 1 in its place
     property bool mirrored: false
     readonly property real discSize: 22
 
-    signal tapped
-
-    function press() {
-        if (touchable)
-            tapped();
-    }
-
-    Accessible.role: Accessible.Button
-    Accessible.name: qsTr("Delete %1").arg(spokenName)
+    spokenText: qsTr("Delete %1").arg(spokenName)
     Accessible.checkable: true
     Accessible.checked: opened
-    Accessible.focusable: true
     Accessible.ignored: progress === 0
-    Accessible.onPressAction: press()
-    Keys.onReturnPressed: event => pressByKey(event)
-    Keys.onEnterPressed: event => pressByKey(event)
-    Keys.onSpacePressed: event => pressByKey(event)
-
-    function pressByKey(event) {
-        if (!event.isAutoRepeat)
-            press();
-    }
 
     Rectangle {
         id: disc
@@ -46,7 +27,7 @@ Item {
         height: minus.discSize
         radius: width / 2
         antialiasing: true
-        color: area.pressed ? Qt.darker(Theme.deleteColor, 1.25) : Theme.deleteColor
+        color: minus.held ? Qt.darker(Theme.deleteColor, 1.25) : Theme.deleteColor
         opacity: minus.progress
 
         Rectangle {
@@ -70,14 +51,5 @@ Item {
         height: disc.height + 10
         radius: width / 2
         shown: minus.activeFocus
-    }
-    MouseArea {
-        id: area
-
-        anchors.fill: parent
-        enabled: minus.touchable
-        onClicked: minus.press()
-        // Or the second of two quick taps would get lost.
-        onDoubleClicked: minus.press()
     }
 }

@@ -44,10 +44,12 @@ ListView {
         showsFocus: ListView.isCurrentItem && list.activeFocus && !list.inRow && list.keyboardUsed
         onTapped: row => {
             list.keyboardUsed = false;
+            list.settle();
             list.currentIndex = row;
             list.screen.tableView.tapRow(row);
         }
         onMinusTapped: row => {
+            list.settle();
             list.currentIndex = row;
             list.screen.tableView.toggleDeleteConfirmation(row);
         }
@@ -165,7 +167,17 @@ ListView {
         currentIndex = Math.min(keptIndex, count - 1);
     }
 
+    // Whoever goes elsewhere goes from where the table comes back to, and is not brought back afterwards.
+    function settle() {
+        if (!comingBack.running)
+            return;
+        comingBack.stop();
+        forceLayout();
+        comeBack();
+    }
+
     function scrollToRow(row, position) {
+        settle();
         cancelFlick();
         scrolling.stop();
         const from = contentY;
@@ -207,13 +219,20 @@ ListView {
         return Math.max(0, indexAt(1, contentY + rowHeight / 2));
     }
 
-    onActiveFocusChanged: if (activeFocus && keyboardUsed && currentIndex < 0) makeCurrent(firstVisibleRow())
+    onActiveFocusChanged: {
+        if (!activeFocus || !keyboardUsed)
+            return;
+        settle();
+        if (currentIndex < 0)
+            makeCurrent(firstVisibleRow());
+    }
 
     Keys.onPressed: event => {
         const page = Math.max(1, Math.floor(height / rowHeight) - 1);
         const forward = mirrored ? Qt.Key_Left : Qt.Key_Right;
         if (!touchable)
             return;
+        settle();
         const start = currentIndex < 0 ? firstVisibleRow() : -1;
         const was = keyboardUsed;
         keyboardUsed = true;

@@ -72,8 +72,6 @@ class NodeTable : public QAbstractListModel {
     Q_CLASSINFO("RegisterEnumClassesUnscoped", "false")
     QML_ELEMENT
     QML_UNCREATABLE("A screen has one")
-    // Two of the enums have a None.
-    Q_CLASSINFO("RegisterEnumClassesUnscoped", "false")
     Q_PROPERTY(int selectedRow READ selectedRow NOTIFY selectedRowChanged)
     Q_PROPERTY(bool editing READ isEditing NOTIFY editingChanged)
     Q_PROPERTY(int openRow READ openRow NOTIFY openRowChanged)

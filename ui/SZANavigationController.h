@@ -31,7 +31,6 @@ class SZANavigationController : public QObject {
                    navigationBarUserInteractionEnabledChanged)
     Q_PROPERTY(bool ignoringInteractionEvents READ isIgnoringInteractionEvents NOTIFY
                    ignoringInteractionEventsChanged)
-    Q_PROPERTY(bool deleting READ isDeleting NOTIFY deletingChanged)
 
 public:
     SZANavigationController();

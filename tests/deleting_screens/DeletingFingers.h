@@ -8,14 +8,6 @@
 
 namespace slicewise {
 
-/// The number of the row of that name; -1 where there is none.
-inline int rowNamed(SZAViewController &screen, const std::string &name)
-{
-    const std::vector<std::string> names = rowTexts(*screen.tableView());
-    const auto found = std::find(names.begin(), names.end(), name);
-    return found == names.end() ? -1 : static_cast<int>(found - names.begin());
-}
-
 class DeletingFingers {
 public:
     explicit DeletingFingers(ScreenWindow &window) : m_window(window) {}

@@ -1,12 +1,8 @@
 // Packages that the real tool removes from a folder, by finger.
-#include "platform/HostDevice.h"
 #include "tests/delete/PackageFixture.h"
-#include "tests/deleting_screens/DeletingFingers.h"
+#include "tests/deleting_screens/Journey.h"
 
 #include <gmock/gmock.h>
-
-#include <filesystem>
-#include <set>
 
 namespace slicewise {
 namespace {
@@ -18,70 +14,29 @@ class DeletingPackageJourney : public PackageFolder {
 protected:
     void show()
     {
-        m_device = std::move(HostDevice::open(m_root.path())).value();
-        m_tree = std::make_shared<SZANode>(m_device.get());
         m_tree->setName("Disk");
         for (const char *name : {"bar", "tool"}) {
             m_tree->addNodeForFile(std::string("Cydia Packages/") + name + "/usr/" + name,
                                    std::string("/usr/") + name);
         }
-        m_service.emplace(Deletion{.device = *m_device,
-                                   .log = m_system.log,
-                                   .privileges = m_privileges,
-                                   .photoLibrary = *m_photoLibrary,
-                                   .installer = *m_installer,
-                                   .deviceVersion = {}});
-        m_system.deletion = &*m_service;
         push({m_tree.get()});
         push({m_tree.get(), m_tree->childNamed("Cydia Packages")});
-        m_window.emplace(m_stack, ScreenWindow::Look{});
-        m_fingers.emplace(*m_window);
-        ASSERT_TRUE(m_window->comesToRest());
-        m_before = files();
+        m_journey.show();
     }
-    void push(const std::vector<SZANode *> &path)
+    void push(std::vector<SZANode *> path)
     {
-        BrowserServices services = m_system.services(*m_device);
-        services.timers = m_timers.get();
-        auto made = SZAViewController::controller(services);
-        made->setRoot(m_tree);
-        made->setDoneScan(true);
-        made->setCurrentPath(path);
-        m_stack.pushViewController(std::move(made));
+        m_journey.stack.pushViewController(finishedScreen(m_journey.services(), m_tree, std::move(path)));
     }
     void askForRow(const std::string &name)
     {
-        ASSERT_TRUE(m_fingers->edits());
-        ASSERT_TRUE(m_fingers->deletes(rowNamed(screen(), name)));
-        EXPECT_EQ(screen().actionSheet()->title().toStdString(), "Uninstall " + name + "?");
+        m_journey.deleteRow(name);
+        EXPECT_EQ(m_journey.top().actionSheet()->title().toStdString(), "Uninstall " + name + "?");
     }
-    /// All that is no record of the package tool's.
-    [[nodiscard]] std::set<std::string> files() const
-    {
-        std::set<std::string> names;
-        for (const auto &entry : std::filesystem::recursive_directory_iterator(m_root.path())) {
-            const std::string name = entry.path().string().substr(m_root.path().size());
-            if (!name.starts_with("/var/lib/dpkg/") && !name.starts_with("/var/log")) {
-                names.insert(name);
-            }
-        }
-        return names;
-    }
-    [[nodiscard]] SZAViewController &screen() const { return *m_stack.topViewController(); }
-    [[nodiscard]] std::vector<std::string> rows() const { return rowTexts(*screen().tableView()); }
 
-    System m_system;
-    std::unique_ptr<HostDevice> m_device;
-    std::shared_ptr<SZANode> m_tree;
-    Privileges m_privileges = Privileges::dropAtEntry();
-    std::unique_ptr<PhotoLibrary> m_photoLibrary = refusingPhotoLibrary(m_system.log);
-    std::unique_ptr<ApplicationInstaller> m_installer = refusingApplicationInstaller(m_system.log);
-    std::optional<DeviceDeletion> m_service;
-    std::unique_ptr<Timers> m_timers = makeEventLoopTimers();
-    SZANavigationController m_stack;
-    std::optional<ScreenWindow> m_window;
-    std::optional<DeletingFingers> m_fingers;
-    std::set<std::string> m_before;
+    // Without the package tool's own records.
+    Journey m_journey{m_root.path(), {"/var/lib/dpkg/", "/var/log"}};
+    std::shared_ptr<SZANode> m_tree = std::make_shared<SZANode>(&m_journey.folder.device());
+    DeletingFingers &fingers() { return m_journey.fingers(); }
 };
 
 TEST_F(DeletingPackageJourney, onePackageGoesAndLeavesNothingButItsConfiguration)
@@ -90,12 +45,10 @@ TEST_F(DeletingPackageJourney, onePackageGoesAndLeavesNothingButItsConfiguration
     install({.name = "tool", .files = {"/usr/tool"}});
     show();
     askForRow("bar");
-    ASSERT_TRUE(m_fingers->answers("action0"));
-    EXPECT_FALSE(m_fingers->isAlerted());
-    EXPECT_THAT(rows(), ElementsAre("tool"));
-    std::set<std::string> expected = m_before;
-    EXPECT_EQ(expected.erase("/usr/bar"), 1U);
-    EXPECT_EQ(files(), expected);
+    ASSERT_TRUE(fingers().answers("action0"));
+    EXPECT_FALSE(fingers().isAlerted());
+    EXPECT_THAT(m_journey.rows(), ElementsAre("tool"));
+    m_journey.expectGone({"/usr/bar 3"});
     EXPECT_EQ(stateOf("bar"), "deinstall ok config-files");
     EXPECT_EQ(stateOf("tool"), "install ok installed");
     EXPECT_EQ(m_tree->size(), 4U);
@@ -107,13 +60,13 @@ TEST_F(DeletingPackageJourney, oneThatOthersNeedStaysAndTheAlertSaysWhose)
     install({.name = "tool", .files = {"/usr/tool"}, .control = "Depends: bar\n"});
     show();
     askForRow("bar");
-    ASSERT_TRUE(m_fingers->answers("action0"));
-    ASSERT_TRUE(m_fingers->alerts());
-    EXPECT_EQ(ScreenWindow::textsIn(m_fingers->alert()),
+    ASSERT_TRUE(fingers().answers("action0"));
+    ASSERT_TRUE(fingers().alerts());
+    EXPECT_EQ(ScreenWindow::textsIn(fingers().alert()),
               QStringList({"Delete failed", "bar is required by tool", "Close"}));
-    ASSERT_TRUE(m_fingers->closesTheAlert());
-    EXPECT_THAT(rows(), UnorderedElementsAre("bar", "tool"));
-    EXPECT_EQ(files(), m_before);
+    ASSERT_TRUE(fingers().closesTheAlert());
+    EXPECT_THAT(m_journey.rows(), UnorderedElementsAre("bar", "tool"));
+    m_journey.expectGone({});
     EXPECT_EQ(stateOf("bar"), "install ok installed");
 }
 
@@ -123,10 +76,10 @@ TEST_F(DeletingPackageJourney, whoeverCancelsKeepsThePackage)
     install({.name = "tool", .files = {"/usr/tool"}});
     show();
     askForRow("bar");
-    ASSERT_TRUE(m_fingers->answers("cancel"));
-    EXPECT_FALSE(m_fingers->isAlerted());
-    EXPECT_THAT(rows(), UnorderedElementsAre("bar", "tool"));
-    EXPECT_EQ(files(), m_before);
+    ASSERT_TRUE(fingers().answers("cancel"));
+    EXPECT_FALSE(fingers().isAlerted());
+    EXPECT_THAT(m_journey.rows(), UnorderedElementsAre("bar", "tool"));
+    m_journey.expectGone({});
     EXPECT_EQ(changingCalls(), "");
 }
 
@@ -137,17 +90,17 @@ TEST_F(DeletingPackageJourney, oneOnItsOwnScreenGoesByTheBarAndTheScreenWithIt)
     show();
     SZANode *const packages = m_tree->childNamed("Cydia Packages");
     push({m_tree.get(), packages, packages->childNamed("bar")});
-    ASSERT_TRUE(m_window->comesToRest());
-    m_fingers->tapBarButton();
-    ASSERT_TRUE(DeletingFingers::isOver(screen()));
-    ASSERT_TRUE(m_fingers->asks());
-    m_window->tap(*ScreenWindow::itemNamed(m_fingers->question(), QStringLiteral("action0")));
-    ASSERT_TRUE(comesTrue([this] { return m_stack.count() == 2 && !m_stack.isDeleting(); }));
-    ASSERT_TRUE(m_window->comesToRest());
-    EXPECT_THAT(rows(), ElementsAre("tool"));
+    ASSERT_TRUE(m_journey.window().comesToRest());
+    fingers().tapBarButton();
+    ASSERT_TRUE(DeletingFingers::isOver(m_journey.top()));
+    ASSERT_TRUE(fingers().asks());
+    m_journey.window().tap(*ScreenWindow::itemNamed(fingers().question(), QStringLiteral("action0")));
+    ASSERT_TRUE(comesTrue([this] { return m_journey.stack.count() == 2 && !m_journey.stack.isDeleting(); }));
+    ASSERT_TRUE(m_journey.window().comesToRest());
+    EXPECT_THAT(m_journey.rows(), ElementsAre("tool"));
     EXPECT_EQ(stateOf("bar"), "unknown");
     EXPECT_FALSE(exists("usr/bar"));
-    EXPECT_EQ(m_window->warnings(), QStringList());
+    EXPECT_EQ(m_journey.window().warnings(), QStringList());
 }
 
 } // namespace

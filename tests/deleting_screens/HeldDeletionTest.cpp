@@ -1,7 +1,6 @@
 // While something is being deleted, for as long as a test likes: nothing can be touched, everything goes on
 // turning, and afterwards all is as before.
-#include "tests/deleting_screens/DeletingFingers.h"
-#include "tests/ui_screens/BrowsedTree.h"
+#include "tests/deleting_screens/Editing.h"
 
 #include <QMouseEvent>
 #include <QTest>
@@ -12,12 +11,8 @@ namespace {
 
 using ::testing::ElementsAre;
 
-struct Held {
-    Held()
-    {
-        EXPECT_TRUE(window.comesToRest());
-        browsed.system.standIn.hold();
-    }
+struct Held : Editing {
+    Held() : Editing(manyChildren(9), {"Others"}) { browsed.system.standIn.hold(); }
     Held(const Held &) = delete;
     Held &operator=(const Held &) = delete;
     ~Held() { letGo(); }
@@ -38,11 +33,6 @@ struct Held {
         }
         m_over = true;
     }
-
-    BrowsedTree browsed{manyChildren(9), {"Others"}};
-    ScreenWindow window{browsed.stack, {}};
-    DeletingFingers fingers{window};
-    NodeTable &table = *browsed.top().tableView();
 
 private:
     bool m_over = false;
@@ -99,10 +89,10 @@ TEST(HeldDeletion, noFingerDoesAnything)
     window.release({200, 500});
     EXPECT_EQ(window.list().property("contentY").toDouble(), top);
     EXPECT_EQ(held.browsed.stack.count(), 2);
-    EXPECT_EQ(held.table.openRow(), -1);
-    EXPECT_EQ(held.table.selectedRow(), -1);
-    EXPECT_TRUE(held.table.isEditing());
-    EXPECT_EQ(held.table.rowCount(), 9) << "nothing has gone yet";
+    EXPECT_EQ(held.table().openRow(), -1);
+    EXPECT_EQ(held.table().selectedRow(), -1);
+    EXPECT_TRUE(held.table().isEditing());
+    EXPECT_EQ(held.table().rowCount(), 9) << "nothing has gone yet";
     EXPECT_FALSE(window.chart().sliceLayers().at(1)->isSelected());
 }
 
@@ -116,8 +106,8 @@ TEST(HeldDeletion, noKeyDoesAnything)
                               Qt::Key_Back, Qt::Key_Backspace, Qt::Key_Left}) {
         held.window.key(key);
         EXPECT_EQ(held.browsed.stack.count(), 2) << key;
-        EXPECT_EQ(held.table.openRow(), -1) << key;
-        EXPECT_TRUE(held.table.isEditing()) << key;
+        EXPECT_EQ(held.table().openRow(), -1) << key;
+        EXPECT_TRUE(held.table().isEditing()) << key;
         EXPECT_EQ(held.window.list().property("currentIndex").toInt(), current) << key;
     }
 }
@@ -143,14 +133,14 @@ TEST(HeldDeletion, afterwardsEverythingWorksAgain)
     held.window.key(Qt::Key_Escape);
     held.letGo();
     EXPECT_THAT(held.browsed.system.standIn.calls(), ElementsAre("1 child 0"));
-    EXPECT_EQ(held.table.rowCount(), 8);
+    EXPECT_EQ(held.table().rowCount(), 8);
     EXPECT_TRUE(comesTrue([&] { return held.window.list().hasActiveFocus(); }));
     EXPECT_TRUE(comesTrue([&] {
         return held.window.rows().size() >= 4 && held.window.row(0)->y() == 0 &&
                !held.fingers.overlay().isVisible();
     }));
     held.fingers.tapBarButton();
-    ASSERT_FALSE(held.table.isEditing());
+    ASSERT_FALSE(held.table().isEditing());
     ASSERT_TRUE(held.window.comesToRest());
     held.window.tap(*held.window.row(1));
     ASSERT_TRUE(comesTrue([&] { return held.browsed.stack.count() == 3; }));

@@ -207,14 +207,23 @@ private:
     std::size_t m_count = 0;
 };
 
+/// A screen for the node at the end of a path from the root of a finished tree.
+inline std::unique_ptr<SZAViewController> finishedScreen(const BrowserServices &services,
+                                                         std::shared_ptr<SZANode> root,
+                                                         std::vector<SZANode *> path)
+{
+    auto made = SZAViewController::controller(services);
+    made->setRoot(std::move(root));
+    made->setDoneScan(true);
+    made->setCurrentPath(std::move(path));
+    return made;
+}
+
 /// A screen that shows a node of a finished tree, on a stack and with a chart.
 struct Shown {
     Shown(const HandMadeTree &tree, const std::vector<std::string> &names, System &system)
     {
-        auto made = SZAViewController::controller(system.services(tree.device));
-        made->setRoot(tree.root);
-        made->setDoneScan(true);
-        made->setCurrentPath(tree.path(names));
+        auto made = finishedScreen(system.services(tree.device), tree.root, tree.path(names));
         made->setChart(&chart);
         screen = made.get();
         stack.pushViewController(std::move(made));
@@ -261,6 +270,14 @@ inline std::vector<std::string> rowTexts(NodeTable &table, int role = NodeTable:
     return texts;
 }
 
+/// The number of the row of that name; -1 where there is none.
+inline int rowNamed(NodeTable &table, const std::string &name)
+{
+    const std::vector<std::string> names = rowTexts(table);
+    const auto found = std::find(names.begin(), names.end(), name);
+    return found == names.end() ? -1 : static_cast<int>(found - names.begin());
+}
+
 inline std::string subtitleOf(SZAViewController &screen)
 {
     TitleLabel *const label = screen.navigationItem()->titleView();
@@ -273,6 +290,24 @@ inline void waitForDeletion(const SZAViewController &screen)
     while (screen.isDeleting()) {
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
+}
+
+/// In edit mode, which begins if need be: the row's minus, then its "Delete".
+inline void tapDelete(SZAViewController &screen, int row)
+{
+    NodeTable &table = *screen.tableView();
+    if (!table.isEditing()) {
+        screen.rightBarButtonTapped();
+    }
+    table.toggleDeleteConfirmation(row);
+    table.commitDelete(row);
+}
+
+/// The same, until what came of it is shown.
+inline void deleteRow(SZAViewController &screen, int row)
+{
+    tapDelete(screen, row);
+    waitForDeletion(screen);
 }
 
 /// Lets the event loop work, waiting for what other threads send, until the scan has been completed.

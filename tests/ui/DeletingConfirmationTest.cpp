@@ -17,22 +17,15 @@ protected:
     void show(const std::vector<std::string> &names)
     {
         const std::vector<std::string> below(names.begin(), names.end() - 1);
-        for (const std::vector<std::string> &each : {below, names}) {
-            auto made = SZAViewController::controller(system.services(tree.device));
-            made->setRoot(tree.root);
-            made->setDoneScan(true);
-            made->setCurrentPath(tree.path(each));
-            screen = made.get();
-            stack.pushViewController(std::move(made));
-        }
+        push(tree.path(below));
+        push(tree.path(names));
     }
-    void askForRow(int row)
+    void push(std::vector<SZANode *> path)
     {
-        screen->rightBarButtonTapped();
-        screen->tableView()->toggleDeleteConfirmation(row);
-        screen->tableView()->commitDelete(row);
-        waitForDeletion(*screen);
+        stack.pushViewController(finishedScreen(system.services(tree.device), tree.root, std::move(path)));
+        screen = stack.topViewController();
     }
+    void askForRow(int row) { deleteRow(*screen, row); }
     void askForScreen()
     {
         screen->rightBarButtonTapped();
@@ -197,9 +190,7 @@ TEST_F(DeletingConfirmationTest, afterAFailureTheUserIsAskedAgain)
     EXPECT_THAT(rowTexts(*screen->tableView()), ElementsAre("pkg", "lib")) << "the package stays";
     screen->alertView()->dismiss();
     expectNothingAsked();
-    screen->tableView()->toggleDeleteConfirmation(0);
-    screen->tableView()->commitDelete(0);
-    waitForDeletion(*screen);
+    askForRow(0);
     EXPECT_TRUE(screen->actionSheet()->isVisible());
 }
 
@@ -218,14 +209,9 @@ TEST_F(DeletingConfirmationTest, namesAreShownAsTheyAre)
     const std::vector<std::string> names = {"%1", "{}", "%@", "{0} %s {", "<b>a", "Uninstall {}?"};
     for (const std::string &name : names) {
         tree.add("Applications/" + name + "/x", 1, "/odd" + std::to_string(stack.count()));
-        auto made = SZAViewController::controller(system.services(tree.device));
-        made->setRoot(tree.root);
-        made->setDoneScan(true);
         std::vector<SZANode *> path = tree.path({"Applications"});
         path.push_back(path.back()->childNamed(name));
-        made->setCurrentPath(path);
-        screen = made.get();
-        stack.pushViewController(std::move(made));
+        push(path);
         screen->deleteCurrentNode();
         waitForDeletion(*screen);
         EXPECT_EQ(screen->actionSheet()->title().toStdString(),

@@ -35,29 +35,13 @@ protected:
     void pick(const std::string &name)
     {
         const int count = stack.count();
-        table().tapRow(rowOf(name));
+        table().tapRow(rowNamed(table(), name));
         system.timers.pass(0.25);
         ASSERT_EQ(stack.count(), count + 1) << name;
     }
     [[nodiscard]] SZAViewController &top() const { return *stack.topViewController(); }
     [[nodiscard]] NodeTable &table() const { return *top().tableView(); }
-    [[nodiscard]] int rowOf(const std::string &name) const
-    {
-        const std::vector<std::string> names = rowTexts(table());
-        const auto found = std::find(names.begin(), names.end(), name);
-        return found == names.end() ? -1 : static_cast<int>(found - names.begin());
-    }
-    void deleteRow(const std::string &name)
-    {
-        SZAViewController &screen = top();
-        if (!table().isEditing()) {
-            screen.rightBarButtonTapped();
-        }
-        const int row = rowOf(name);
-        table().toggleDeleteConfirmation(row);
-        table().commitDelete(row);
-        waitForDeletion(screen);
-    }
+    void deleteRow(const std::string &name) { slicewise::deleteRow(top(), rowNamed(table(), name)); }
     /// Names of regular files and directories in the folder, without the folder itself.
     [[nodiscard]] std::set<std::string> onDisk() const
     {
@@ -174,16 +158,13 @@ protected:
     void show(const std::vector<std::string> &names)
     {
         for (std::size_t depth = names.size() - 1; depth <= names.size(); ++depth) {
-            auto made = SZAViewController::controller(system.services(device()));
-            // Not its owner: the fixture is.
-            made->setRoot(std::shared_ptr<SZANode>(std::shared_ptr<SZANode>(), &tree()));
-            made->setDoneScan(true);
             std::vector<SZANode *> path = {&tree()};
             for (std::size_t i = 0; i < depth; ++i) {
                 path.push_back(path.back()->childNamed(names[i]));
             }
-            made->setCurrentPath(path);
-            stack.pushViewController(std::move(made));
+            // Not its owner: the fixture is.
+            const std::shared_ptr<SZANode> root(std::shared_ptr<SZANode>(), &tree());
+            stack.pushViewController(finishedScreen(system.services(device()), root, path));
         }
     }
     void deleteScreen()

@@ -17,31 +17,14 @@ protected:
     void goTo(const std::vector<std::string> &names)
     {
         for (std::size_t depth = 0; depth <= names.size(); ++depth) {
-            auto made = SZAViewController::controller(system.services(tree.device));
-            made->setRoot(tree.root);
-            made->setDoneScan(true);
-            made->setCurrentPath(
-                tree.path({names.begin(), names.begin() + static_cast<std::ptrdiff_t>(depth)}));
-            stack.pushViewController(std::move(made));
+            stack.pushViewController(finishedScreen(
+                system.services(tree.device), tree.root,
+                tree.path({names.begin(), names.begin() + static_cast<std::ptrdiff_t>(depth)})));
         }
         top().setChart(&chart);
     }
     [[nodiscard]] SZAViewController &top() const { return *stack.topViewController(); }
     [[nodiscard]] NodeTable &table() const { return *top().tableView(); }
-    void tapDelete(int row)
-    {
-        if (!table().isEditing()) {
-            top().rightBarButtonTapped();
-        }
-        table().toggleDeleteConfirmation(row);
-        table().commitDelete(row);
-    }
-    void deleteRow(int row)
-    {
-        SZAViewController &screen = top();
-        tapDelete(row);
-        waitForDeletion(screen);
-    }
     /// What a screen shows: "name size", the subtitle in front.
     static std::vector<std::string> shownOn(SZAViewController &screen)
     {

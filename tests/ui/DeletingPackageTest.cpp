@@ -1,7 +1,7 @@
 // Real packages: removed from a folder by the real tool, from a screen.
-#include "platform/HostDevice.h"
 #include "tests/delete/PackageFixture.h"
 #include "tests/ui/BrowserParts.h"
+#include "tests/ui/FolderDeletion.h"
 
 #include <gmock/gmock.h>
 
@@ -16,52 +16,28 @@ class DeletingPackageTest : public PackageFolder {
 protected:
     void show()
     {
-        m_device = std::move(HostDevice::open(m_root.path())).value();
-        tree = std::make_shared<SZANode>(m_device.get());
         for (const char *name : {"bar", "tool"}) {
             tree->addNodeForFile(std::string("Cydia Packages/") + name + "/usr/" + name,
                                  std::string("/usr/") + name);
         }
-        m_service = std::make_unique<DeviceDeletion>(Deletion{.device = *m_device,
-                                                              .log = system.log,
-                                                              .privileges = m_privileges,
-                                                              .photoLibrary = *m_photoLibrary,
-                                                              .installer = *m_installer,
-                                                              .deviceVersion = {}});
-        system.deletion = m_service.get();
-        auto made = SZAViewController::controller(system.services(*m_device));
-        made->setRoot(tree);
-        made->setDoneScan(true);
-        made->setCurrentPath(std::vector{tree.get(), tree->childNamed("Cydia Packages")});
-        screen = made.get();
-        stack.pushViewController(std::move(made));
-        screen->rightBarButtonTapped();
+        system.deletion = &folder.service;
+        stack.pushViewController(finishedScreen(system.services(folder.device()), tree,
+                                                {tree.get(), tree->childNamed("Cydia Packages")}));
+        screen = stack.topViewController();
     }
     void uninstall(const std::string &name)
     {
-        const std::vector<std::string> names = rowTexts(*screen->tableView());
-        const int row = static_cast<int>(std::find(names.begin(), names.end(), name) - names.begin());
-        screen->tableView()->toggleDeleteConfirmation(row);
-        screen->tableView()->commitDelete(row);
-        waitForDeletion(*screen);
+        deleteRow(*screen, rowNamed(*screen->tableView(), name));
         EXPECT_TRUE(screen->actionSheet()->isVisible());
         screen->actionSheetClickedButtonAtIndex(UIActionSheet::destructiveButtonIndex());
         waitForDeletion(*screen);
     }
 
     System system;
-    std::shared_ptr<SZANode> tree;
-    SZAViewController *screen = nullptr;
-
-private:
-    std::unique_ptr<HostDevice> m_device;
-    Privileges m_privileges = Privileges::dropAtEntry();
-    std::unique_ptr<PhotoLibrary> m_photoLibrary = refusingPhotoLibrary(system.log);
-    std::unique_ptr<ApplicationInstaller> m_installer = refusingApplicationInstaller(system.log);
-    std::unique_ptr<DeviceDeletion> m_service;
-
-protected:
+    FolderDeletion folder{m_root.path(), system.log};
+    std::shared_ptr<SZANode> tree = std::make_shared<SZANode>(&folder.device());
     SZANavigationController stack;
+    SZAViewController *screen = nullptr;
 };
 
 TEST_F(DeletingPackageTest, isRemovedByThePackageToolAfterTheQuestion)

@@ -19,7 +19,7 @@ TEST_F(DeletingProgressTest, saysSoAndLetsNobodyTouchAnythingUntilItIsOver)
     QSignalSpy ignoring(&stack, &SZANavigationController::ignoringInteractionEventsChanged);
     QSignalSpy deleting(&stack, &SZANavigationController::deletingChanged);
     system.standIn.hold();
-    tapDelete(0);
+    tapDelete(top(), 0);
     EXPECT_EQ(top().deletionHUDText(), QStringLiteral("Deleting"));
     EXPECT_TRUE(stack.isIgnoringInteractionEvents());
     EXPECT_TRUE(stack.isDeleting());
@@ -57,7 +57,7 @@ TEST_F(DeletingProgressTest, saysSoAndLetsNobodyTouchAnythingUntilItIsOver)
 TEST_F(DeletingProgressTest, neverRunsOnTheScreensThread)
 {
     goTo({"Others", "a"});
-    deleteRow(0);
+    deleteRow(top(), 0);
     EXPECT_THAT(system.standIn.calls(), ElementsAre("1 x"));
     EXPECT_FALSE(system.standIn.everOnCreatorsThread());
 }
@@ -76,7 +76,7 @@ TEST_F(DeletingProgressTest, theOverlayGoesBeforeInteractionComesBackAndBothBefo
     QObject::connect(&table(), &NodeTable::rowsRemoved, [&] { order.emplace_back("row"); });
     QObject::connect(&stack, &SZANavigationController::deletingChanged,
                      [&] { order.emplace_back(stack.isDeleting() ? "deleting" : "over"); });
-    deleteRow(0);
+    deleteRow(top(), 0);
     EXPECT_THAT(order, ElementsAre("ignoring", "overlay", "deleting", "no overlay", "listening", "below",
                                    "row", "over"));
 }
@@ -85,7 +85,7 @@ TEST_F(DeletingProgressTest, oneAtATimeAndNoneOfNothing)
 {
     goTo({"Others", "a"});
     system.standIn.hold();
-    tapDelete(0);
+    tapDelete(top(), 0);
     top().deleteNodeAtPathInIndexWithConfirmation(tree.path({"Others", "b"}), std::nullopt, Confirmation::No);
     system.standIn.letGo();
     waitForDeletion(top());
@@ -101,7 +101,7 @@ TEST_F(DeletingProgressTest, aScreenThatGoesWaitsAndLetsTheApplicationGoOn)
     goTo({"Others", "a"});
     const std::shared_ptr<InteractionGate> gate = stack.interactionGate();
     system.standIn.hold();
-    tapDelete(0);
+    tapDelete(top(), 0);
     SZAViewController *const screen = &top();
     stack.popViewController();
     EXPECT_TRUE(stack.isDeleting()) << "whoever draws it";
@@ -131,13 +131,9 @@ TEST_F(DeletingProgressTest, theResultOfAScreenThatWasTakenOffTheStackTakesOffNo
 TEST_F(DeletingProgressTest, aStackThatGoesWaitsForTheEnd)
 {
     auto other = std::make_unique<SZANavigationController>();
-    auto made = SZAViewController::controller(system.services(tree.device));
-    made->setRoot(tree.root);
-    made->setDoneScan(true);
-    made->setCurrentPath(tree.path({"Others", "a"}));
-    SZAViewController *const screen = made.get();
-    other->pushViewController(std::move(made));
-    screen->tableViewCommitEditingStyleForRowAtIndexPath(EditingStyle::Delete, {});
+    other->pushViewController(
+        finishedScreen(system.services(tree.device), tree.root, tree.path({"Others", "a"})));
+    other->topViewController()->tableViewCommitEditingStyleForRowAtIndexPath(EditingStyle::Delete, {});
     other.reset();
     EXPECT_THAT(system.standIn.calls(), ElementsAre("1 x")) << "it was not broken off";
     QCoreApplication::processEvents();

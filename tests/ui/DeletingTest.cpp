@@ -22,7 +22,7 @@ TEST_F(DeletingTest, aRowLeavesTheTreeAndEveryScreenShowsTheNewSizes)
     goTo({"Others", "a"});
     const std::vector<SZAViewController *> screens = stack.viewControllers();
     const std::uint64_t before = tree.root->size();
-    deleteRow(0);
+    deleteRow(top(), 0);
     EXPECT_THAT(system.standIn.calls(), ElementsAre("1 x"));
     EXPECT_THAT(shownOn(*screens[2]), ElementsAre("32 B", "y 30 B", "z 2 B"));
     EXPECT_THAT(namesOf(screens[2]->currentNodes()), ElementsAre("y", "z"));
@@ -38,7 +38,7 @@ TEST_F(DeletingTest, theRowLeavesOneByOneAndTheChartIsDrawnAgain)
     const QAbstractItemModelTester tester(&table(), QAbstractItemModelTester::FailureReportingMode::Fatal);
     QSignalSpy removed(&table(), &NodeTable::rowsRemoved);
     QSignalSpy reset(&table(), &NodeTable::modelReset);
-    deleteRow(1);
+    deleteRow(top(), 1);
     EXPECT_EQ(removed.count(), 1);
     EXPECT_EQ(removed[0][1].toInt(), 1);
     EXPECT_EQ(reset.count(), 0);
@@ -51,9 +51,9 @@ TEST_F(DeletingTest, theRowLeavesOneByOneAndTheChartIsDrawnAgain)
 TEST_F(DeletingTest, theLastRowLeavesAnEmptyScreenInEditMode)
 {
     goTo({"Others", "a"});
-    deleteRow(2);
-    deleteRow(1);
-    deleteRow(0);
+    deleteRow(top(), 2);
+    deleteRow(top(), 1);
+    deleteRow(top(), 0);
     EXPECT_THAT(shownOn(top()), ElementsAre("0 B"));
     EXPECT_EQ(stack.count(), 3);
     EXPECT_TRUE(table().isEditing());
@@ -69,7 +69,7 @@ TEST_F(DeletingTest, theLastRowLeavesAnEmptyScreenInEditMode)
 TEST_F(DeletingTest, aDirectoryGoesWithEverythingInIt)
 {
     goTo({"Others"});
-    deleteRow(0);
+    deleteRow(top(), 0);
     EXPECT_THAT(system.standIn.calls(), ElementsAre("1 a"));
     EXPECT_THAT(shownOn(top()), ElementsAre("50 B", "b 50 B"));
     EXPECT_EQ(tree.path({"Others"}).back()->childNamed("a"), nullptr);
@@ -86,7 +86,7 @@ TEST_F(DeletingTest, eachTypeThatIsNotAskedForGoesAtOnceFromItsRow)
     };
     for (const auto &[names, call] : cases) {
         goTo(names);
-        deleteRow(0);
+        deleteRow(top(), 0);
         EXPECT_EQ(system.standIn.calls().back(), call);
         EXPECT_FALSE(top().isAsking()) << call;
     }
@@ -142,7 +142,7 @@ TEST_F(DeletingTest, detachedNodesOutliveTheScreensThatShowThem)
     SZAViewController &deep = top();
     stack.popViewController();
     top().viewDidAppear();
-    deleteRow(0);
+    deleteRow(top(), 0);
     EXPECT_EQ(deep.currentPath()->back(), a) << "still drawn, on its way out";
     EXPECT_THAT(shownOn(deep), ElementsAre("432 B", "x 400 B", "y 30 B", "z 2 B"));
 }
@@ -154,7 +154,7 @@ TEST_F(DeletingTest, theRestOfAStackIsRefreshedAndThisScreenIsNot)
     QSignalSpy own(screens[2]->tableView(), &NodeTable::modelReset);
     QSignalSpy below(screens[1]->tableView(), &NodeTable::modelReset);
     QSignalSpy overview(screens[0]->tableView(), &NodeTable::modelReset);
-    deleteRow(0);
+    deleteRow(top(), 0);
     EXPECT_EQ(own.count(), 0);
     EXPECT_EQ(below.count(), 1);
     EXPECT_EQ(overview.count(), 1);
@@ -162,10 +162,7 @@ TEST_F(DeletingTest, theRestOfAStackIsRefreshedAndThisScreenIsNot)
 
 TEST_F(DeletingTest, worksWithoutAStackAndWithoutAChart)
 {
-    auto alone = SZAViewController::controller(system.services(tree.device));
-    alone->setRoot(tree.root);
-    alone->setDoneScan(true);
-    alone->setCurrentPath(tree.path({"Others", "a"}));
+    const auto alone = finishedScreen(system.services(tree.device), tree.root, tree.path({"Others", "a"}));
     alone->loadViewIfNeeded();
     alone->rightBarButtonTapped();
     alone->tableView()->toggleDeleteConfirmation(0);
@@ -198,12 +195,12 @@ TEST_F(DeletingTest, aFileThatIsSelectedStaysSoAtItsNewPlace)
     system.presenter.can.clear();
     table().tapRow(1);
     ASSERT_EQ(table().selectedRow(), 1);
-    deleteRow(2);
+    deleteRow(top(), 2);
     EXPECT_EQ(top().lastPath(), (IndexPath{.section = 0, .row = 1}));
-    deleteRow(0);
+    deleteRow(top(), 0);
     EXPECT_EQ(table().selectedRow(), 0);
     EXPECT_EQ(top().lastPath(), (IndexPath{.section = 0, .row = 0}));
-    deleteRow(0);
+    deleteRow(top(), 0);
     EXPECT_EQ(table().selectedRow(), -1);
     EXPECT_EQ(top().lastPath(), std::nullopt);
 }
@@ -219,7 +216,7 @@ TEST_F(DeletingTest, aFailureIsToldAndChangesNothing)
         before.push_back(shownOn(*screen));
     }
     system.standIn.answer = {.deleted = false, .errorText = {}};
-    deleteRow(0);
+    deleteRow(top(), 0);
     UIAlertView &alert = *top().alertView();
     EXPECT_TRUE(alert.isVisible());
     EXPECT_EQ(alert.title(), QStringLiteral("Delete failed"));
@@ -236,7 +233,7 @@ TEST_F(DeletingTest, aFailureIsToldAndChangesNothing)
     alert.dismiss();
     EXPECT_FALSE(alert.isVisible());
     system.standIn.answer = {.deleted = true, .errorText = {}};
-    deleteRow(0);
+    deleteRow(top(), 0);
     EXPECT_THAT(shownOn(top()), ElementsAre("32 B", "y 30 B", "z 2 B")) << "the user may try again";
     EXPECT_FALSE(alert.isVisible());
 }
@@ -258,12 +255,12 @@ TEST_F(DeletingTest, anAlertSaysWhatTheStrategySaysAsItIs)
     goTo({"Others", "a"});
     for (const std::string text : {"pkg is required by %1 and {}", "<b>no</b>", ""}) {
         system.standIn.answer = {.deleted = false, .errorText = text};
-        deleteRow(0);
+        deleteRow(top(), 0);
         EXPECT_EQ(top().alertView()->message().toStdString(), text);
         top().alertView()->dismiss();
     }
     system.standIn.answer = {.deleted = false, .errorText = "\xff\x01 is required by "};
-    deleteRow(0);
+    deleteRow(top(), 0);
     EXPECT_EQ(top().alertView()->message().toStdString(), shownText("\xff\x01 is required by "));
 }
 

@@ -16,13 +16,8 @@ class NavigationTest : public ::testing::Test {
 protected:
     SZAViewController *push(const std::vector<std::string> &names)
     {
-        auto made = SZAViewController::controller(system.services(tree.device));
-        made->setRoot(tree.root);
-        made->setDoneScan(true);
-        made->setCurrentPath(tree.path(names));
-        SZAViewController *const pushed = made.get();
-        stack.pushViewController(std::move(made));
-        return pushed;
+        stack.pushViewController(finishedScreen(system.services(tree.device), tree.root, tree.path(names)));
+        return stack.topViewController();
     }
 
     System system;
@@ -165,12 +160,9 @@ TEST_F(NavigationTest, goesAwayWithItsScreens)
     QPointer<SZAViewController> second;
     {
         SZANavigationController other;
-        auto made = SZAViewController::controller(system.services(tree.device));
-        made->setRoot(tree.root);
-        made->setDoneScan(true);
-        made->setCurrentPath(tree.path({"Others"}));
-        first = made.get();
-        other.pushViewController(std::move(made));
+        other.pushViewController(
+            finishedScreen(system.services(tree.device), tree.root, tree.path({"Others"})));
+        first = other.topViewController();
         first->tableView()->tapRow(0);
         system.timers.pass(0.25);
         second = other.topViewController();

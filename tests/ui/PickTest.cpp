@@ -187,10 +187,7 @@ TEST_F(PickTest, theFirstAppearanceDeselectsTheFirstSliceAndNoRow)
 
 TEST_F(PickTest, aScreenWithoutAChartOrAStackPicksAllTheSame)
 {
-    auto alone = SZAViewController::controller(system.services(tree.device));
-    alone->setRoot(tree.root);
-    alone->setDoneScan(true);
-    alone->setCurrentPath(tree.path({"Others"}));
+    const auto alone = finishedScreen(system.services(tree.device), tree.root, tree.path({"Others"}));
     alone->loadViewIfNeeded();
     alone->tableView()->tapRow(0);
     EXPECT_FALSE(alone->tableView()->isUserInteractionEnabled());

@@ -70,10 +70,10 @@ protected:
     {
         load(failing);
         // What is behind the gate is missing; all else gets in sooner or later.
-        while (screen->root()->size() < 1010) {
+        do {
             std::this_thread::yield();
             screen->updateCurrentSize();
-        }
+        } while (screen->root()->size() < 1010);
     }
     void finish()
     {

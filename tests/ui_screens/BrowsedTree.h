@@ -29,11 +29,7 @@ public:
     {
         BrowserServices services = system.services(tree.device);
         services.timers = timers.get();
-        auto made = SZAViewController::controller(services);
-        made->setRoot(tree.root);
-        made->setDoneScan(true);
-        made->setCurrentPath(tree.path(path));
-        stack.pushViewController(std::move(made));
+        stack.pushViewController(finishedScreen(services, tree.root, tree.path(path)));
     }
     [[nodiscard]] SZAViewController &top() { return *stack.topViewController(); }
 
@@ -63,10 +59,10 @@ public:
     /// Until the rows are there.
     void tick()
     {
-        while (screen().root() == nullptr || screen().root()->size() < 1'010'000'000) {
+        do {
             std::this_thread::yield();
             screen().updateCurrentSize();
-        }
+        } while (screen().root()->size() < 1'010'000'000);
     }
     [[nodiscard]] bool finishes()
     {

@@ -1,8 +1,7 @@
 // Whole ways through the screens without a finger, and what those hear who cannot see them.
 #include "tests/ui_screens/BrowsedTree.h"
+#include "tests/ui_screens/Spoken.h"
 
-#include <QAccessible>
-#include <QAccessibleActionInterface>
 #include <gtest/gtest.h>
 
 namespace slicewise {
@@ -158,24 +157,15 @@ TEST(Keyboard, tabReachesTheBackButton)
     EXPECT_EQ(keyboard.browsed.stack.count(), 1);
 }
 
-std::string spokenName(QQuickItem &item)
+TEST(Keyboard, aKeyThatIsHeldPressesAButtonOnce)
 {
-    QAccessibleInterface *const spoken = QAccessible::queryAccessibleInterface(&item);
-    return spoken != nullptr ? spoken->text(QAccessible::Name).toStdString() : "(silent)";
-}
-
-QAccessible::Role spokenRole(QQuickItem &item)
-{
-    QAccessibleInterface *const spoken = QAccessible::queryAccessibleInterface(&item);
-    return spoken != nullptr ? spoken->role() : QAccessible::NoRole;
-}
-
-void pressAloud(QQuickItem &item)
-{
-    QAccessibleInterface *const spoken = QAccessible::queryAccessibleInterface(&item);
-    ASSERT_NE(spoken, nullptr);
-    ASSERT_NE(spoken->actionInterface(), nullptr);
-    spoken->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    Keyboard keyboard;
+    keyboard.window.inBar("rightButton").forceActiveFocus();
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space}) {
+        const bool before = keyboard.browsed.top().tableView()->isEditing();
+        keyboard.window.hold(key);
+        EXPECT_NE(keyboard.browsed.top().tableView()->isEditing(), before) << key;
+    }
 }
 
 TEST(Spoken, rowsSayNameAndSizeAndCanBePressed)

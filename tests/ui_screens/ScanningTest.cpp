@@ -85,6 +85,28 @@ TEST(ScanningScreen, keepsItsPlaceInTheTableFromTickToTick)
     }));
 }
 
+TEST(ScanningScreen, aKeyRightAfterATickMovesTheCurrentRowForGood)
+{
+    HeldScan scan;
+    ScreenWindow window(scan.stack, {.size = {240, 320}});
+    scan.tick();
+    ASSERT_TRUE(comesTrue([&] { return window.row(0) != nullptr && window.list().hasActiveFocus(); }));
+    ASSERT_TRUE(window.comesToRest());
+    const auto pressedAfterATick = [&](Qt::Key key) {
+        scan.screen().updateCurrentSize();
+        window.key(key);
+        int turns = 0;
+        EXPECT_TRUE(comesTrue([&] { return ++turns > 20; }));
+        return window.list().property("currentIndex").toInt();
+    };
+    EXPECT_EQ(pressedAfterATick(Qt::Key_Home), 0);
+    EXPECT_EQ(pressedAfterATick(Qt::Key_End), 2);
+    EXPECT_TRUE(comesTrue([&] { return window.row(2) != nullptr; }));
+    const QRectF row = window.row(2)->mapRectToItem(&window.list(), window.row(2)->boundingRect());
+    EXPECT_LE(row.bottom(), window.list().height()) << "it has been scrolled to";
+    EXPECT_EQ(pressedAfterATick(Qt::Key_Up), 1);
+}
+
 TEST(ScanningScreen, stopsItsSpinnerWhenNobodySeesIt)
 {
     HeldScan scan;

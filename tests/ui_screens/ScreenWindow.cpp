@@ -277,4 +277,19 @@ void ScreenWindow::key(Qt::Key key)
     QTest::keyClick(&m_view, key);
 }
 
+void ScreenWindow::repeat(Qt::Key key)
+{
+    for (int i = 0; i < 3; ++i) {
+        QKeyEvent again(QEvent::KeyPress, key, Qt::NoModifier, {}, true);
+        QCoreApplication::sendEvent(&m_view, &again);
+    }
+}
+
+void ScreenWindow::hold(Qt::Key key)
+{
+    QTest::keyPress(&m_view, key);
+    repeat(key);
+    QTest::keyRelease(&m_view, key);
+}
+
 } // namespace slicewise

@@ -84,6 +84,10 @@ public:
     /// In steps, with time for a frame between them; not released.
     void drag(const QPointF &from, const QPointF &to);
     void key(Qt::Key key);
+    /// As a keyboard repeats a key that has been pressed elsewhere.
+    void repeat(Qt::Key key);
+    /// Pressed, repeated, released.
+    void hold(Qt::Key key);
 
 private:
     QPointer<QPointingDevice> m_finger;

@@ -18,11 +18,14 @@
 namespace slicewise {
 namespace {
 
+/// What is done to a screen at rest before its picture is taken.
+using Act = std::function<void(BrowsedTree &browsed, ScreenWindow &window)>;
+
 struct Case {
     const char *name;
     HandMadeTree::Files files;
     std::vector<std::string> path;
-    std::function<void(SZANode &root)> prepare;
+    Act act = {};
 };
 
 HandMadeTree::Files overviewFiles()
@@ -59,142 +62,6 @@ HandMadeTree::Files longNames()
          2000}};
 }
 
-std::vector<Case> cases()
-{
-    const std::string longName(60, 'w');
-    const auto empty = [](SZANode &root) {
-        SZANode *const others = root.childNamed("Others");
-        others->removeNodeAffectedNodes(*others->childNamed("a"), {});
-    };
-    return {{"overview", overviewFiles(), {}, {}},
-            {"child", overviewFiles(), {"Applications"}, {}},
-            {"empty", {{"Others/a/b", 0}}, {"Others"}, empty},
-            {"one", {{"Others/only child/a", 123456}}, {"Others"}, {}},
-            {"many", manyChildren(5000), {"Others"}, {}},
-            {"long", longNames(), {"Others"}, {}},
-            {"longtitle",
-             {{"Others/" + longName + "/inner/a", 5}, {"Others/" + longName + "/other/a", 3}},
-             {"Others", longName},
-             {}}};
-}
-
-struct Size {
-    int width;
-    int height;
-    bool pad;
-};
-
-void save(ScreenWindow &window, const QString &folder, const char *name, const Size &size, bool dark)
-{
-    if (!window.comesToRest()) {
-        qFatal("%s does not come to rest", name);
-    }
-    const QString file = QStringLiteral("%1/%2-%3x%4-%5.png")
-                             .arg(folder, QString::fromUtf8(name))
-                             .arg(size.width)
-                             .arg(size.height)
-                             .arg(dark ? QStringLiteral("dark") : QStringLiteral("light"));
-    if (!window.view().grabWindow().save(file)) {
-        qFatal("%s cannot be written", qPrintable(file));
-    }
-}
-
-void atEachSize(const std::function<void(const Size &, bool dark)> &drawn)
-{
-    for (const Size size : {Size{390, 844, false}, Size{844, 390, false}, Size{320, 480, false},
-                            Size{820, 1180, true}, Size{1180, 820, true}, Size{1600, 1000, true}}) {
-        for (const bool dark : {false, true}) {
-            drawn(size, dark);
-        }
-    }
-}
-
-UserInterfaceIdiom idiomOf(const Size &size)
-{
-    return size.pad ? UserInterfaceIdiom::Pad : UserInterfaceIdiom::Phone;
-}
-
-void draw(const Case &each, const QString &folder)
-{
-    atEachSize([&](const Size &size, bool dark) {
-        BrowsedTree browsed(each.files, {}, idiomOf(size));
-        if (each.prepare) {
-            each.prepare(*browsed.tree.root);
-        }
-        for (std::size_t length = 1; length <= each.path.size(); ++length) {
-            browsed.push({each.path.begin(), each.path.begin() + static_cast<std::ptrdiff_t>(length)});
-        }
-        ScreenWindow window(browsed.stack,
-                            {.size = {size.width, size.height}, .pad = size.pad, .dark = dark});
-        save(window, folder, each.name, size, dark);
-    });
-}
-
-enum class Stage : unsigned char { NothingYet, Something, Done };
-
-void drawScan(Stage stage, const char *name, const QString &folder)
-{
-    atEachSize([&](const Size &size, bool dark) {
-        HeldScan scan(idiomOf(size));
-        ScreenWindow window(scan.stack, {.size = {size.width, size.height}, .pad = size.pad, .dark = dark});
-        if (stage != Stage::NothingYet) {
-            scan.tick();
-        }
-        if (stage == Stage::Done && !scan.finishes()) {
-            qFatal("The scan does not end");
-        }
-        const QQuickItem &overlay = *ScreenWindow::itemsOfType(*window.topPage(), "ProgressHUD").at(0);
-        if (!comesTrue([&] { return overlay.opacity() == (stage == Stage::NothingYet ? 1 : 0); })) {
-            qFatal("The overlay does not come or go");
-        }
-        save(window, folder, name, size, dark);
-    });
-}
-
-/// A row that the keyboard has reached, and one that a finger has.
-void drawTouched(const QString &folder)
-{
-    atEachSize([&](const Size &size, bool dark) {
-        BrowsedTree browsed(overviewFiles(), {"Applications"}, idiomOf(size));
-        ScreenWindow window(browsed.stack,
-                            {.size = {size.width, size.height}, .pad = size.pad, .dark = dark});
-        if (!window.comesToRest()) {
-            qFatal("It does not come to rest");
-        }
-        window.key(Qt::Key_Down);
-        browsed.top().tableView()->selectRowAtIndexPath({.section = 0, .row = 1},
-                                                        NodeTable::ScrollPosition::None);
-        window.chart().setSliceSelectedAtIndex(1);
-        save(window, folder, "touched", size, dark);
-    });
-}
-
-/// In the middle of a swipe.
-void drawSwipe(const QString &folder)
-{
-    atEachSize([&](const Size &size, bool dark) {
-        BrowsedTree browsed(overviewFiles(), {"Applications"}, idiomOf(size));
-        ScreenWindow window(browsed.stack,
-                            {.size = {size.width, size.height}, .pad = size.pad, .dark = dark});
-        if (!window.comesToRest()) {
-            qFatal("It does not come to rest");
-        }
-        window.drag({4, size.height - 40.0}, {size.width * 0.4, size.height - 40.0});
-        if (!comesTrue([&] { return window.topPage()->x() > size.width * 0.3; }) ||
-            !window.view().grabWindow().save(
-                QStringLiteral("%1/swipe-%2x%3-%4.png")
-                    .arg(folder)
-                    .arg(size.width)
-                    .arg(size.height)
-                    .arg(dark ? QStringLiteral("dark") : QStringLiteral("light")))) {
-            qFatal("No swipe");
-        }
-    });
-}
-
-/// What deleting looks like on the way.
-enum class Step : unsigned char { Editing, Opened, Asked, AskedFromBar, Failed, Deleting };
-
 HandMadeTree::Files attachments()
 {
     HandMadeTree::Files files = {{"Message Attachments/Previews/a", 3'400'000}};
@@ -205,75 +72,169 @@ HandMadeTree::Files attachments()
     return files;
 }
 
-QString longMessage()
+std::vector<Case> levels()
+{
+    const std::string longName(60, 'w');
+    return {{"overview", overviewFiles(), {}},
+            {"child", overviewFiles(), {"Applications"}},
+            {"one", {{"Others/only child/a", 123456}}, {"Others"}},
+            {"many", manyChildren(5000), {"Others"}},
+            {"long", longNames(), {"Others"}},
+            {"longtitle",
+             {{"Others/" + longName + "/inner/a", 5}, {"Others/" + longName + "/other/a", 3}},
+             {"Others", longName}},
+            {"empty", {{"Others/a/b", 0}}, {"Others"}, [](BrowsedTree &browsed, ScreenWindow &) {
+                 SZANode *const others = browsed.tree.root->childNamed("Others");
+                 others->removeNodeAffectedNodes(*others->childNamed("a"), {});
+                 browsed.top().updateData();
+             }}};
+}
+
+/// A row that the keyboard has reached, and one that a finger has.
+void touch(BrowsedTree &browsed, ScreenWindow &window)
+{
+    window.key(Qt::Key_Down);
+    browsed.top().tableView()->selectRowAtIndexPath({.section = 0, .row = 1},
+                                                    NodeTable::ScrollPosition::None);
+    window.chart().setSliceSelectedAtIndex(1);
+}
+
+/// In the middle of a swipe.
+void swipe(BrowsedTree & /*browsed*/, ScreenWindow &window)
+{
+    const QSizeF size = window.browser().size();
+    window.drag({4, size.height() - 40}, {size.width() * 0.4, size.height() - 40});
+    if (!comesTrue([&] { return window.topPage()->x() > size.width() * 0.3; })) {
+        qFatal("No swipe");
+    }
+}
+
+UIActionSheet::Texts question()
+{
+    return {.title = QStringLiteral("Uninstall Riverbank?"),
+            .cancelButtonTitle = QStringLiteral("Cancel"),
+            .destructiveButtonTitle = QStringLiteral("Uninstall")};
+}
+
+UIAlertView::Texts longMessage()
 {
     QStringList lines;
     for (int i = 1; i <= 40; ++i) {
         lines.push_back(QStringLiteral("libexample%1 is required by example-tool-%1").arg(i));
     }
-    return lines.join(QLatin1Char('\n'));
+    return {.title = QStringLiteral("Delete failed"),
+            .message = lines.join(QLatin1Char('\n')),
+            .cancelButtonTitle = QStringLiteral("Close")};
 }
 
-void bringTo(Step step, BrowsedTree &browsed)
+/// In edit mode.
+Case edited(const char *name, const Act &act)
 {
-    SZAViewController &screen = browsed.top();
-    const UIActionSheet::Texts texts{.title = QStringLiteral("Uninstall Riverbank?"),
-                                     .cancelButtonTitle = QStringLiteral("Cancel"),
-                                     .destructiveButtonTitle = QStringLiteral("Uninstall")};
-    if (step != Step::AskedFromBar) {
-        screen.toggleEditMode();
+    return {name, attachments(), {"Message Attachments"}, [act](BrowsedTree &browsed, ScreenWindow &window) {
+                browsed.top().toggleEditMode();
+                act(browsed, window);
+            }};
+}
+
+std::vector<Case> actions()
+{
+    return {{"touched", overviewFiles(), {"Applications"}, touch},
+            {"swipe", overviewFiles(), {"Applications"}, swipe},
+            {"frombar",
+             overviewFiles(),
+             {"Applications", "Riverbank"},
+             [](BrowsedTree &browsed, ScreenWindow &) {
+                 browsed.top().actionSheet()->showFromBarButtonItem(question());
+             }},
+            edited("editing", [](BrowsedTree &, ScreenWindow &) {}),
+            edited("opened", [](BrowsedTree &browsed,
+                                ScreenWindow &) { browsed.top().tableView()->toggleDeleteConfirmation(1); }),
+            edited("asked", [](BrowsedTree &browsed,
+                               ScreenWindow &) { browsed.top().actionSheet()->showInView(question()); }),
+            edited("failed", [](BrowsedTree &browsed,
+                                ScreenWindow &) { browsed.top().alertView()->show(longMessage()); }),
+            edited("deleting", [](BrowsedTree &browsed, ScreenWindow &) {
+                browsed.system.standIn.hold();
+                browsed.top().tableView()->toggleDeleteConfirmation(1);
+                browsed.top().tableView()->commitDelete(1);
+            })};
+}
+
+UserInterfaceIdiom idiomOf(const ScreenWindow::Look &look)
+{
+    return look.pad ? UserInterfaceIdiom::Pad : UserInterfaceIdiom::Phone;
+}
+
+void save(ScreenWindow &window, const QString &folder, const char *name, const ScreenWindow::Look &look)
+{
+    const QString file = QStringLiteral("%1/%2-%3x%4-%5.png")
+                             .arg(folder, QString::fromUtf8(name))
+                             .arg(look.size.width())
+                             .arg(look.size.height())
+                             .arg(look.dark ? QStringLiteral("dark") : QStringLiteral("light"));
+    if (!window.view().grabWindow().save(file)) {
+        qFatal("%s cannot be written", qPrintable(file));
     }
-    switch (step) {
-    case Step::Editing:
-        break;
-    case Step::Opened:
-        screen.tableView()->toggleDeleteConfirmation(1);
-        break;
-    case Step::Asked:
-        screen.actionSheet()->showInView(texts);
-        break;
-    case Step::AskedFromBar:
-        screen.actionSheet()->showFromBarButtonItem(texts);
-        break;
-    case Step::Failed:
-        screen.alertView()->show({.title = QStringLiteral("Delete failed"),
-                                  .message = longMessage(),
-                                  .cancelButtonTitle = QStringLiteral("Close")});
-        break;
-    case Step::Deleting:
-        browsed.system.standIn.hold();
-        screen.tableView()->toggleDeleteConfirmation(1);
-        screen.tableView()->commitDelete(1);
-        break;
+}
+
+void rest(ScreenWindow &window)
+{
+    if (!window.comesToRest()) {
+        qFatal("It does not come to rest");
     }
 }
 
-/// Long enough for whatever comes in to have come.
-bool settles(ScreenWindow &window)
+void atEachSize(const std::function<void(const ScreenWindow::Look &)> &drawn)
 {
-    const QDeadlineTimer end(1000);
-    return window.comesToRest() && comesTrue([&] { return end.hasExpired(); });
+    for (const auto &[size, pad] : {std::pair(QSize(390, 844), false), std::pair(QSize(844, 390), false),
+                                    std::pair(QSize(320, 480), false), std::pair(QSize(820, 1180), true),
+                                    std::pair(QSize(1180, 820), true), std::pair(QSize(1600, 1000), true)}) {
+        for (const bool dark : {false, true}) {
+            drawn({.size = size, .pad = pad, .dark = dark});
+        }
+    }
 }
 
-void drawDeleting(Step step, const char *name, const QString &folder)
+void draw(const Case &each, const QString &folder)
 {
-    const bool ofAnApplication = step == Step::AskedFromBar;
-    atEachSize([&](const Size &size, bool dark) {
-        BrowsedTree browsed(ofAnApplication ? overviewFiles() : attachments(), {}, idiomOf(size));
-        browsed.push({ofAnApplication ? "Applications" : "Message Attachments"});
-        if (ofAnApplication) {
-            browsed.push({"Applications", "Riverbank"});
+    atEachSize([&](const ScreenWindow::Look &look) {
+        BrowsedTree browsed(each.files, each.path, idiomOf(look));
+        ScreenWindow window(browsed.stack, look);
+        rest(window);
+        if (each.act) {
+            each.act(browsed, window);
+            // Long enough for whatever comes in to have come.
+            const QDeadlineTimer end(1000);
+            if (!comesTrue([&] { return end.hasExpired(); })) {
+                qFatal("Time stands still");
+            }
         }
-        ScreenWindow window(browsed.stack,
-                            {.size = {size.width, size.height}, .pad = size.pad, .dark = dark});
-        bringTo(step, browsed);
-        if (!settles(window)) {
-            qFatal("It does not settle");
-        }
-        save(window, folder, name, size, dark);
-        if (step == Step::Deleting) {
+        save(window, folder, each.name, look);
+        if (browsed.stack.isDeleting()) {
             browsed.system.standIn.letGo();
         }
+    });
+}
+
+enum class Stage : unsigned char { NothingYet, Something, Done };
+
+void drawScan(Stage stage, const char *name, const QString &folder)
+{
+    atEachSize([&](const ScreenWindow::Look &look) {
+        HeldScan scan(idiomOf(look));
+        ScreenWindow window(scan.stack, look);
+        if (stage != Stage::NothingYet) {
+            scan.tick();
+        }
+        if (stage == Stage::Done && !scan.finishes()) {
+            qFatal("The scan does not end");
+        }
+        const QQuickItem &overlay = *ScreenWindow::itemsOfType(*window.topPage(), "ProgressHUD").at(0);
+        if (!comesTrue([&] { return overlay.opacity() == (stage == Stage::NothingYet ? 1 : 0); })) {
+            qFatal("The overlay does not come or go");
+        }
+        rest(window);
+        save(window, folder, name, look);
     });
 }
 
@@ -295,31 +256,19 @@ int main(int argc, char **argv)
     const auto wanted = [&](const char *name) {
         return arguments.size() < 3 || QString::fromUtf8(name).contains(arguments.at(2));
     };
-    for (const auto &each : slicewise::cases()) {
-        if (wanted(each.name)) {
-            slicewise::draw(each, folder);
+    for (const auto &cases : {slicewise::levels(), slicewise::actions()}) {
+        for (const auto &each : cases) {
+            if (wanted(each.name)) {
+                slicewise::draw(each, folder);
+            }
         }
     }
+    using slicewise::Stage;
     for (const auto &[stage, name] :
-         {std::pair(slicewise::Stage::NothingYet, "overlay"),
-          std::pair(slicewise::Stage::Something, "spinner"), std::pair(slicewise::Stage::Done, "scanned")}) {
+         {std::pair(Stage::NothingYet, "overlay"), std::pair(Stage::Something, "spinner"),
+          std::pair(Stage::Done, "scanned")}) {
         if (wanted(name)) {
             slicewise::drawScan(stage, name, folder);
-        }
-    }
-    if (wanted("touched")) {
-        slicewise::drawTouched(folder);
-    }
-    if (wanted("swipe")) {
-        slicewise::drawSwipe(folder);
-    }
-    using slicewise::Step;
-    for (const auto &[step, name] :
-         {std::pair(Step::Editing, "editing"), std::pair(Step::Opened, "opened"),
-          std::pair(Step::Asked, "asked"), std::pair(Step::AskedFromBar, "frombar"),
-          std::pair(Step::Failed, "failed"), std::pair(Step::Deleting, "deleting")}) {
-        if (wanted(name)) {
-            slicewise::drawDeleting(step, name, folder);
         }
     }
     return EXIT_SUCCESS;
