@@ -151,7 +151,8 @@ ConfinedProcess::Received ConfinedProcess::receive(std::span<std::byte> into,
     }
     if (states[1].revents != 0) {
         std::array<std::byte, 64> calls{};
-        static_cast<void>(::read(m_alarm.readEnd.get(), calls.data(), calls.size()));
+        [[maybe_unused]] const ssize_t taken =
+            ::read(m_alarm.readEnd.get(), calls.data(), calls.size()); // what is left wakes once more
         return {.event = Event::Woken};
     }
     const ssize_t length = ::read(m_connection.get(), into.data(), into.size());
