@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QQuickWindow>
 #include <QSGRendererInterface>
 #include <QString>
@@ -68,6 +69,8 @@ void prepareQt(const Options &options)
     QCoreApplication::setAttribute(Qt::AA_DisableShaderDiskCache);
     QCoreApplication::setLibraryPaths({QStringLiteral(SLICEWISE_QT_PLUGINS)});
     QCoreApplication::setApplicationName(QStringLiteral("slicewise"));
+    // By it a desktop finds the window's name and icon.
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.slicewise.slicewise"));
     if (options.snapshot) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
         qputenv("QT_QPA_PLATFORMTHEME", "none");

@@ -62,6 +62,7 @@ struct Typed {
     bool oneFileSystem = false;
     bool dark = false;
     bool light = false;
+    std::string folder;
     std::string idiom;
     std::string snapshot;
     std::string size;
@@ -69,7 +70,10 @@ struct Typed {
 
 void addOptions(CLI::App &app, Options &options, Typed &typed)
 {
-    app.add_option("--root", options.root, "The directory that is the device's \"/\"")->type_name("DIR");
+    CLI::Option *root =
+        app.add_option("--root", options.root, "The directory that is the device's \"/\"")->type_name("DIR");
+    // What a file manager hands over.
+    app.add_option("DIR", typed.folder, "The same as --root DIR")->type_name("")->excludes(root);
     app.add_flag("-x,--one-file-system", typed.oneFileSystem, "Stay on the root's own file system");
     app.add_flag("--read-only", options.readOnly, "Refuse to delete anything");
     app.add_flag("--allow-delete", options.allowDelete,
@@ -111,6 +115,9 @@ std::variant<Options, OptionsAnswer> readOptions(int argc, const char *const *ar
         std::string sentence = error.what();
         asTypedWithin(sentence);
         return wrongUsage(std::move(sentence));
+    }
+    if (app.count("DIR") > 0) {
+        options.root = std::move(typed.folder);
     }
     asTyped(options.root);
     asTyped(typed.snapshot);
