@@ -1,5 +1,6 @@
 #include "app/MessageBus.h"
 
+#include <QCoreApplication>
 #include <QDBusPendingCall>
 #include <QDBusPendingCallWatcher>
 #include <QThread>
@@ -36,6 +37,7 @@ void connectToBus(const BusAddress &address, QObject &receiver,
 {
     const auto made = std::make_shared<std::optional<QDBusConnection>>();
     QThread *const thread = QThread::create([address, made] { *made = connectionTo(address); });
+    thread->setParent(QCoreApplication::instance());
     QObject::connect(thread, &QThread::finished, &receiver, [made, answered = std::move(answered)] {
         answered(made->has_value() && (*made)->isConnected() ? *made : std::nullopt);
     });

@@ -21,7 +21,8 @@ struct BusAddress {
 
 /// Says hello to a bus on a thread of its own, because one that hangs would hold up whoever waits for its
 /// answer. Then calls the function on the receiver's thread, with nothing where there is no such bus; never
-/// from inside this call, and not once the receiver is gone.
+/// from inside this call, and not once the receiver is gone. The thread goes on without the receiver. It is a
+/// child of the application object, and whoever takes that apart has to wait for its threads first.
 void connectToBus(const BusAddress &address, QObject &receiver,
                   std::function<void(const std::optional<QDBusConnection> &)> answered);
 

@@ -5,6 +5,7 @@
 #include <QGuiApplication>
 #include <QQuickWindow>
 #include <QSGRendererInterface>
+#include <QThread>
 #include <gtest/gtest.h>
 
 int main(int argc, char **argv)
@@ -24,5 +25,10 @@ int main(int argc, char **argv)
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
 
     const QGuiApplication application(argc, argv);
-    return RUN_ALL_TESTS();
+    const int result = RUN_ALL_TESTS();
+    // The programs leave without taking anything apart. Here what some threads use would go before them.
+    for (QThread *const thread : application.findChildren<QThread *>()) {
+        thread->wait();
+    }
+    return result;
 }
