@@ -130,7 +130,8 @@ FocusScope {
             sheets.closePreview()
         }
         function onActionsRequested() {
-            menu.show(sheets.document.name, "page", sheets.options())
+            if (!sheets.closing)
+                menu.show(sheets.document.name, "page", sheets.options())
         }
     }
 
