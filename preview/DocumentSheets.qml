@@ -52,7 +52,7 @@ FocusScope {
 
     function options() {
         const copyAction = { id: "copy", text: qsTr("Copy Path") }
-        return sheets.documents.canOpen
+        return sheets.documents.canOpen()
             ? [copyAction, { id: "show", text: qsTr("Show in Folder") }, sheets.openAction] : [copyAction]
     }
 
