@@ -1,5 +1,6 @@
 // The question before a deletion and the alert after it: by finger and by key.
 #include "tests/deleting_screens/Editing.h"
+#include "tests/ui_screens/Spoken.h"
 
 #include <QtTest>
 #include <gmock/gmock.h>
@@ -109,6 +110,23 @@ TEST(DeletionQuestion, isNotAnsweredByTheKeyThatHasLedToIt)
         EXPECT_FALSE(editing.fingers.isAsked()) << "pressed anew it is an answer: " << key;
         ASSERT_TRUE(comesTrue([&] { return editing.window.list().hasActiveFocus(); }));
     }
+    EXPECT_THAT(editing.calls(), IsEmpty());
+}
+
+TEST(DeletionQuestion, keepsAssistiveProgramsFromWhatLiesBelow)
+{
+    Editing editing(applications(), {"Applications", "Metro"});
+    editing.fingers.tapBarButton();
+    ASSERT_TRUE(editing.fingers.isOver(editing.browsed.top()));
+    ASSERT_TRUE(editing.fingers.asks());
+    SZAViewController &asking = editing.browsed.top();
+    pressAloud(*editing.window.row(0));
+    EXPECT_EQ(editing.table().selectedRow(), -1);
+    pressAloud(editing.window.inBar("backButton"));
+    pressAloud(editing.window.inBar("rightButton"));
+    EXPECT_FALSE(asking.pieChartWillSelectSliceAtIndex(editing.window.chart(), 0));
+    EXPECT_FALSE(asking.lastPath().has_value());
+    EXPECT_TRUE(editing.fingers.isAsked());
     EXPECT_THAT(editing.calls(), IsEmpty());
 }
 
