@@ -62,7 +62,7 @@ TEST_F(Sheets, endTheDecoderWhenThePreviewBeginsToClose)
     present("presentPreview", "/file");
     settle();
     const ::pid_t process = document()->decoderProcess().value();
-    tap("done");
+    click("done");
     EXPECT_FALSE(document()->decoderProcess().has_value());
     EXPECT_TRUE(isActive()) << "it still slides down";
     EXPECT_TRUE(eventually([&] { return ::kill(process, 0) != 0; }));
@@ -116,8 +116,8 @@ TEST_F(Sheets, openNoMenuOverAPreviewThatCloses)
     preview.directory.writeFile("file", "some text");
     present("presentPreview", "/file");
     settle();
-    tap("done");
-    tap("actions");
+    click("done");
+    click("actions");
     EXPECT_FALSE(find("menu")->property("opened").toBool());
     EXPECT_TRUE(eventually([&] { return !isActive(); }));
 }
