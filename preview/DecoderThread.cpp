@@ -57,14 +57,23 @@ DecoderThread::DecoderThread(DecoderStart start, Receiver receiver)
 
 DecoderThread::~DecoderThread()
 {
-    {
-        const std::lock_guard lock(m_mutex);
-        m_ending = true;
-        if (m_decoder != nullptr) {
-            m_decoder->wake();
-        }
-    }
+    DecoderThread::end();
     m_thread.join();
+}
+
+void DecoderThread::end()
+{
+    const std::lock_guard lock(m_mutex);
+    m_ending = true;
+    if (m_decoder != nullptr) {
+        m_decoder->wake();
+    }
+}
+
+bool DecoderThread::hasEnded() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_hasEnded;
 }
 
 void DecoderThread::ask(const Request &request)
@@ -95,6 +104,13 @@ std::optional<::pid_t> DecoderThread::process() const
 }
 
 void DecoderThread::run()
+{
+    work();
+    const std::lock_guard lock(m_mutex);
+    m_hasEnded = true;
+}
+
+void DecoderThread::work()
 {
     const auto decoder = ConfinedProcess::start(m_start.program, {std::string(decoderTaskName(m_start.task))},
                                                 m_start.file.get(), confinementFor(m_start.task));

@@ -1,12 +1,13 @@
 // The thread that a decoder belongs to: starts it, asks it, believes nothing of what it answers, and ends it.
 //
-// Answers are handed out on that thread. The destructor kills the decoder, whatever it is doing, and waits
-// for the thread, which then has nothing left to wait for.
+// Answers are handed out on that thread. Once it is ended it kills the decoder, whatever that is doing, and
+// waits until it is gone: a matter of moments, unless the decoder waits for a disk that hangs.
 #pragma once
 
 #include "platform/ConfinedProcess.h"
 #include "platform/UniqueFd.h"
 #include "preview/DecoderMessages.h"
+#include "preview/EndingThreads.h"
 
 #include <chrono>
 #include <functional>
@@ -26,7 +27,7 @@ struct DecoderStart {
     std::chrono::milliseconds mostPatience{20'000}; ///< for one answer; then it counts as an endless loop
 };
 
-class DecoderThread {
+class DecoderThread final : public EndingThread {
 public:
     /// Whatever comes; absent, once and last: the decoder is gone or has talked nonsense.
     using Receiver = std::function<void(std::optional<Answer> answer)>;
@@ -34,7 +35,7 @@ public:
     DecoderThread(DecoderStart start, Receiver receiver);
     DecoderThread(const DecoderThread &) = delete;
     DecoderThread &operator=(const DecoderThread &) = delete;
-    ~DecoderThread();
+    ~DecoderThread() override;
 
     /// One picture at a time is with the decoder, and of those that wait the last one goes first: what is on
     /// the screen now was asked for last. What steers a player goes ahead of them, in the order in which it
@@ -43,11 +44,16 @@ public:
     /// Takes back a drawing that has not begun; where it has, its answer comes all the same.
     void forget(std::uint32_t ticket);
 
+    /// Has the decoder killed. What it has said until then may still be handed out.
+    void end() override;
+    [[nodiscard]] bool hasEnded() const override;
+
     /// Of the decoder; absent while there is none.
     [[nodiscard]] std::optional<::pid_t> process() const;
 
 private:
     void run();
+    void work();
     [[nodiscard]] bool exchange(ConfinedProcess &decoder);
     [[nodiscard]] bool sendWhatWaits(ConfinedProcess &decoder);
     /// Of what waits, what can be sent now. The mutex is held.
@@ -65,6 +71,7 @@ private:
     std::vector<Request> m_waiting;
     ConfinedProcess *m_decoder = nullptr; ///< while it can be woken
     bool m_ending = false;
+    bool m_hasEnded = false;
 
     std::thread m_thread;
 };

@@ -47,6 +47,7 @@ Document::Document(Origin origin)
 Document::~Document()
 {
     m_mailbox->close();
+    letDecoderGo();
     if (m_origin.ending != nullptr) {
         m_origin.ending->take(std::move(m_reading));
     }
@@ -78,6 +79,9 @@ void Document::opened(DocumentFacts facts)
 {
     m_facts = std::move(facts);
     Q_EMIT factsChanged();
+    if (m_isEnding) {
+        return;
+    }
     if (m_facts.error != 0) {
         m_facts.file.reset();
         show(View::Notice, openErrorText(m_facts.error));
@@ -125,7 +129,7 @@ void Document::showBytes()
     if (m_facts.file == nullptr) {
         return;
     }
-    m_decoder.reset();
+    letDecoderGo();
     m_pieces.setSource(std::make_shared<const ByteSource>(m_facts.sizeBytes, m_bytesOfLine), m_facts.file);
     show(View::Bytes, m_message);
 }
@@ -169,10 +173,25 @@ void Document::startDecoder(DecoderTask task)
                        .task = task,
                        .file = std::move(descriptor).value(),
                        .mostPatience = m_origin.mostPatience};
-    m_decoder = std::make_unique<DecoderThread>(std::move(start), [this](std::optional<Answer> answer) {
-        const auto sent = std::make_shared<std::optional<Answer>>(std::move(answer));
-        callOnThreadOf(*this, [this, sent] { answered(*sent); });
-    });
+    m_decoder = std::make_unique<DecoderThread>(
+        std::move(start), [this, mailbox = m_mailbox](std::optional<Answer> answer) {
+            const auto sent = std::make_shared<std::optional<Answer>>(std::move(answer));
+            mailbox->post([this, sent] { answered(*sent); });
+        });
+}
+
+void Document::letDecoderGo()
+{
+    if (m_decoder != nullptr && m_origin.ending != nullptr) {
+        m_origin.ending->take(std::move(m_decoder));
+    }
+    m_decoder.reset();
+}
+
+void Document::endThreads()
+{
+    m_isEnding = true;
+    letDecoderGo();
 }
 
 void Document::answered(const std::optional<Answer> &answer)
@@ -217,7 +236,7 @@ void Document::received(const PictureAnswer &picture)
 
 void Document::received(const TextAnswer &text)
 {
-    m_decoder.reset();
+    letDecoderGo();
     const std::string head = text.text.substr(0, kHeadBytes);
     showText(std::make_shared<MemoryFile>(text.text), text.text.size(), head);
 }
@@ -261,7 +280,7 @@ QString Document::failureText(FailedAnswer::Why why) const
 /// What is text after all is shown as that.
 void Document::decodingFailed(const QString &sentence)
 {
-    m_decoder.reset();
+    letDecoderGo();
     m_drawings.clear();
     m_pages.clear();
     if (m_facts.kind == ContentKind::PropertyList && textFormOf(m_facts.head) != TextForm::NoText &&

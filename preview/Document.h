@@ -70,7 +70,7 @@ public:
         QString name;
         std::string decoder; ///< the program, or empty where there is none
         std::chrono::milliseconds mostPatience{20'000};
-        /// Gets the thread that reads, when the document goes; null: the document waits for its end. Goes
+        /// Gets the threads when they are not wanted any more; null: the document waits for their end. Goes
         /// before the device does.
         std::shared_ptr<EndingThreads> ending = nullptr;
     };
@@ -119,8 +119,8 @@ public:
     /// The item that a film's frames go to.
     void setScreen(PictureItem *item, QSize pixels);
 
-    /// Ends the decoder now rather than with the object; nothing is shown any more.
-    Q_INVOKABLE void endThreads() { m_decoder.reset(); }
+    /// Ends the decoder now rather than with the object; nothing is shown any more. Waits for no disk.
+    Q_INVOKABLE void endThreads();
 
     /// For tests: the process that decodes.
     [[nodiscard]] std::optional<::pid_t> decoderProcess() const;
@@ -136,6 +136,7 @@ private:
     void show(View view, const QString &message = {});
     void showText(std::shared_ptr<ReadableFile> file, std::uint64_t sizeBytes, const std::string &head);
     void startDecoder(DecoderTask task);
+    void letDecoderGo();
     void answered(const std::optional<Answer> &answer);
     void received(const OpenedAnswer &opened);
     void received(const PictureAnswer &picture);
@@ -159,6 +160,7 @@ private:
     QPointer<PictureItem> m_screen;
     QSize m_screenPixels;
     bool m_frameAsked = false;
+    bool m_isEnding = false;
 
     std::shared_ptr<Mailbox> m_mailbox;
     std::unique_ptr<ReadingThread> m_reading;

@@ -52,7 +52,7 @@ FocusScope {
 
     function options() {
         const copyAction = { id: "copy", text: qsTr("Copy Path") }
-        return sheets.documents.canOpen
+        return sheets.documents.canOpen()
             ? [copyAction, { id: "show", text: qsTr("Show in Folder") }, sheets.openAction] : [copyAction]
     }
 
@@ -130,7 +130,8 @@ FocusScope {
             sheets.closePreview()
         }
         function onActionsRequested() {
-            menu.show(sheets.document.name, "page", sheets.options())
+            if (!sheets.closing)
+                menu.show(sheets.document.name, "page", sheets.options())
         }
     }
 

@@ -41,7 +41,6 @@ class Documents final : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Made by the application")
-    Q_PROPERTY(bool canOpen READ canOpen NOTIFY canOpenChanged)
     Q_PROPERTY(QString fixedFontFamily READ fixedFontFamily CONSTANT)
 
 public:
@@ -59,12 +58,12 @@ public:
 
     /// Opens a file of the device to be looked at. The document is ours, until it is closed.
     Q_INVOKABLE [[nodiscard]] slicewise::Document *open(const QByteArray &filename, const QString &name);
-    /// It is gone when the event loop is reached, its decoder at once. Waits for no disk: what is being read
-    /// of it comes to an end by itself, and our destructor waits for that.
+    /// It is gone when the event loop is reached. Waits for no disk: its decoder, and what is being read of
+    /// it, come to an end by themselves, and our destructor waits for that.
     Q_INVOKABLE void close(slicewise::Document *document);
 
     /// Whether there is a desktop to hand files on to.
-    [[nodiscard]] bool canOpen() const;
+    Q_INVOKABLE [[nodiscard]] bool canOpen() const;
     [[nodiscard]] QString fixedFontFamily() const;
 
     /// The device's path, as it is written for eyes and keyboards.
@@ -76,9 +75,6 @@ public:
 
     /// For tests: waits for what is under way.
     void finishHandingOn();
-
-Q_SIGNALS:
-    void canOpenChanged();
 
 private:
     class Threads;

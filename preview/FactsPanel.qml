@@ -1,6 +1,5 @@
 // What there is to be known of a file: closed one line, open all of it.
 import QtQuick
-import QtQuick.Templates as T
 import Slicewise.Preview
 import Slicewise.Ui
 
@@ -63,17 +62,13 @@ Item {
             width: panel.width - 2 * Theme.margin
             spacing: Theme.spacing
 
-            T.AbstractButton {
+            KeyButton {
                 id: toggle
 
                 objectName: "details"
                 width: parent.width
                 height: Math.max(Theme.touchSize, line.implicitHeight + Theme.spacing)
-                focusPolicy: Qt.StrongFocus
-                Accessible.role: Accessible.Button
                 Accessible.name: panel.summary
-                Keys.onReturnPressed: toggle.clicked()
-                Keys.onEnterPressed: toggle.clicked()
                 onClicked: panel.open = !panel.open
 
                 Text {

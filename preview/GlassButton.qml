@@ -1,9 +1,8 @@
 // A button of a preview's bar: a word, or a sign, on nothing.
 import QtQuick
-import QtQuick.Templates as T
 import Slicewise.Ui
 
-T.AbstractButton {
+KeyButton {
     id: button
 
     property bool strong: false
@@ -11,11 +10,6 @@ T.AbstractButton {
 
     implicitWidth: Math.max(Theme.touchSize, button.implicitContentWidth + 2 * Theme.margin)
     implicitHeight: Math.max(Theme.touchSize, button.implicitContentHeight + Theme.spacing)
-    focusPolicy: Qt.StrongFocus
-    Accessible.role: Accessible.Button
-    Accessible.name: button.text
-    Keys.onReturnPressed: button.clicked()
-    Keys.onEnterPressed: button.clicked()
 
     background: Rectangle {
         radius: Theme.cornerRadius - 4

@@ -4,18 +4,14 @@
 
 namespace slicewise {
 
-void callOnThreadOf(QObject &receiver, std::function<void()> call)
-{
-    // The call is sent when this goes. QMetaObject::invokeMethod would do, but clang-tidy finds a leak in it.
-    const QObject sender;
-    QObject::connect(&sender, &QObject::destroyed, &receiver, std::move(call), Qt::QueuedConnection);
-}
-
 void Mailbox::post(std::function<void()> call)
 {
     const std::lock_guard lock(m_mutex);
     if (m_receiver != nullptr) {
-        callOnThreadOf(*m_receiver, std::move(call));
+        // The call is sent when this goes. QMetaObject::invokeMethod would do, but clang-tidy finds a leak in
+        // it.
+        const QObject sender;
+        QObject::connect(&sender, &QObject::destroyed, m_receiver, std::move(call), Qt::QueuedConnection);
     }
 }
 

@@ -8,16 +8,13 @@
 
 namespace slicewise {
 
-/// Calls the function from the event loop of the receiver's thread; never where the receiver goes before
-/// that. Any thread.
-void callOnThreadOf(QObject &receiver, std::function<void()> call);
-
 /// Where other threads leave calls for an object that goes when it likes. Shared by it and by them.
 class Mailbox {
 public:
     explicit Mailbox(QObject &receiver) : m_receiver(&receiver) {}
 
-    /// As callOnThreadOf(); nothing once the mailbox is closed. Any thread.
+    /// The receiver's event loop makes the call, unless the receiver goes before that; nothing once the
+    /// mailbox is closed. Any thread.
     void post(std::function<void()> call);
     /// The receiver's destructor does it.
     void close();

@@ -8,7 +8,7 @@ ReadingThread::ReadingThread() : m_thread([this] { run(); }) {}
 
 ReadingThread::~ReadingThread()
 {
-    end();
+    ReadingThread::end();
     m_thread.join();
 }
 
@@ -65,13 +65,6 @@ void ReadingThread::run()
         work = {};
         lock.lock();
     }
-}
-
-void EndingThreads::take(std::unique_ptr<ReadingThread> thread)
-{
-    thread->end();
-    std::erase_if(m_threads, [](const auto &ending) { return ending->hasEnded(); });
-    m_threads.push_back(std::move(thread));
 }
 
 } // namespace slicewise

@@ -4,18 +4,18 @@
 // waits only the newest is kept.
 #pragma once
 
+#include "preview/EndingThreads.h"
+
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <thread>
-#include <vector>
 
 namespace slicewise {
 
-class ReadingThread {
+class ReadingThread final : public EndingThread {
 public:
     using Work = std::function<void()>;
     static constexpr std::size_t kMostWaiting = 256;
@@ -24,15 +24,14 @@ public:
     ReadingThread(const ReadingThread &) = delete;
     ReadingThread &operator=(const ReadingThread &) = delete;
     /// Ends it, and waits for the piece of work that has begun.
-    ~ReadingThread();
+    ~ReadingThread() override;
 
     /// `dropped` runs on the asking thread instead of the work where that became too old to be done.
     void ask(Work work, Work dropped = {});
 
-    /// Forgets what waits, and what is asked from now on. Waits for nothing.
-    void end();
-    /// It has been ended, and the piece of work that had begun is done.
-    [[nodiscard]] bool hasEnded() const;
+    /// Forgets what waits, and what is asked from now on.
+    void end() override;
+    [[nodiscard]] bool hasEnded() const override;
 
 private:
     struct Entry {
@@ -47,20 +46,6 @@ private:
     bool m_ending = false;
     bool m_hasEnded = false;
     std::thread m_thread;
-};
-
-/// Where the threads of previews that were closed come to their ends. A read from a disk that hangs may take
-/// for ever, and closing a preview must not.
-///
-/// One thread uses it. The destructor waits for all of them.
-class EndingThreads {
-public:
-    void take(std::unique_ptr<ReadingThread> thread);
-    /// How many have not been seen to end.
-    [[nodiscard]] std::size_t count() const { return m_threads.size(); }
-
-private:
-    std::vector<std::unique_ptr<ReadingThread>> m_threads;
 };
 
 } // namespace slicewise

@@ -1,9 +1,8 @@
 // A line of a sheet of actions.
 import QtQuick
-import QtQuick.Templates as T
 import Slicewise.Ui
 
-T.AbstractButton {
+KeyButton {
     id: button
 
     property bool destructive: false
@@ -11,17 +10,6 @@ T.AbstractButton {
     property bool lineAbove: false
 
     implicitHeight: Math.max(Theme.touchSize + 10, button.implicitContentHeight + 2 * Theme.spacing)
-    focusPolicy: Qt.StrongFocus
-    Accessible.role: Accessible.Button
-    Accessible.name: button.text
-    Keys.onReturnPressed: event => pressByKey(event)
-    Keys.onEnterPressed: event => pressByKey(event)
-
-    // A key that is still held from what has led here is no answer.
-    function pressByKey(event) {
-        if (!event.isAutoRepeat)
-            clicked();
-    }
 
     background: Rectangle {
         color: button.down ? Theme.pressedColor : "transparent"

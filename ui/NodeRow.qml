@@ -45,7 +45,8 @@ Item {
     Accessible.selectable: selectable
     Accessible.selected: selected
     Accessible.focusable: true
-    Accessible.onPressAction: if (touchable) row.tapped(row.index)
+    // An assistive program presses also what is disabled.
+    Accessible.onPressAction: if (touchable && enabled) row.tapped(row.index)
 
     onOpenedChanged: if (!opened && deleteButton.activeFocus) forceActiveFocus(Qt.OtherFocusReason)
 

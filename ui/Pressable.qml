@@ -10,8 +10,9 @@ Item {
 
     signal tapped
 
+    // An assistive program presses also what is disabled, with all below a question or an alert.
     function press() {
-        if (touchable)
+        if (touchable && enabled)
             tapped();
     }
 

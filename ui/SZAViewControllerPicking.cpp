@@ -108,7 +108,7 @@ bool SZAViewController::pieChartWillSelectSliceAtIndex(QVPieChart & /*chart*/, u
     }
     // Assistive programs press slices also where no finger can.
     if (m_tableView.isEditing() || !m_chartUserInteractionEnabled || index >= count ||
-        m_gate->isIgnoringInteractionEvents()) {
+        m_gate->isIgnoringInteractionEvents() || isAsking()) {
         return false;
     }
     const IndexPath path{.section = 0, .row = static_cast<int>(index)};

@@ -1,6 +1,8 @@
 // The question before a deletion and the alert after it: by finger and by key.
 #include "tests/deleting_screens/Editing.h"
+#include "tests/ui_screens/Spoken.h"
 
+#include <QtTest>
 #include <gmock/gmock.h>
 
 namespace slicewise {
@@ -90,6 +92,44 @@ TEST(DeletionQuestion, keysAnswerItAndReachNothingBelow)
     EXPECT_THAT(editing.calls(), IsEmpty());
 }
 
+TEST(DeletionQuestion, isNotAnsweredByTheKeyThatHasLedToIt)
+{
+    Editing editing(applications(), {"Applications"});
+    ASSERT_TRUE(editing.fingers.edits());
+    editing.window.key(Qt::Key_Home);
+    for (const Qt::Key key : {Qt::Key_Space, Qt::Key_Return}) {
+        editing.window.key(Qt::Key_Delete);
+        ASSERT_TRUE(editing.fingers.isOpen(0));
+        QTest::keyPress(&editing.window.view(), key);
+        ASSERT_TRUE(editing.fingers.isOver(editing.browsed.top()));
+        ASSERT_TRUE(editing.fingers.asks());
+        editing.window.repeat(key);
+        QTest::keyRelease(&editing.window.view(), key);
+        EXPECT_TRUE(editing.fingers.isAsked()) << key;
+        editing.window.key(key);
+        EXPECT_FALSE(editing.fingers.isAsked()) << "pressed anew it is an answer: " << key;
+        ASSERT_TRUE(comesTrue([&] { return editing.window.list().hasActiveFocus(); }));
+    }
+    EXPECT_THAT(editing.calls(), IsEmpty());
+}
+
+TEST(DeletionQuestion, keepsAssistiveProgramsFromWhatLiesBelow)
+{
+    Editing editing(applications(), {"Applications", "Metro"});
+    editing.fingers.tapBarButton();
+    ASSERT_TRUE(editing.fingers.isOver(editing.browsed.top()));
+    ASSERT_TRUE(editing.fingers.asks());
+    SZAViewController &asking = editing.browsed.top();
+    pressAloud(*editing.window.row(0));
+    EXPECT_EQ(editing.table().selectedRow(), -1);
+    pressAloud(editing.window.inBar("backButton"));
+    pressAloud(editing.window.inBar("rightButton"));
+    EXPECT_FALSE(asking.pieChartWillSelectSliceAtIndex(editing.window.chart(), 0));
+    EXPECT_FALSE(asking.lastPath().has_value());
+    EXPECT_TRUE(editing.fingers.isAsked());
+    EXPECT_THAT(editing.calls(), IsEmpty());
+}
+
 class ClosingKey : public testing::TestWithParam<Qt::Key> {};
 
 TEST_P(ClosingKey, closesTheAlertAndGivesTheKeyboardBack)
@@ -115,7 +155,8 @@ TEST_P(ClosingKey, closesTheAlertAndGivesTheKeyboardBack)
     EXPECT_EQ(editing.window.warnings(), QStringList());
 }
 INSTANTIATE_TEST_SUITE_P(Keys, ClosingKey,
-                         testing::Values(Qt::Key_Escape, Qt::Key_Return, Qt::Key_Enter, Qt::Key_Back));
+                         testing::Values(Qt::Key_Escape, Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space,
+                                         Qt::Key_Back));
 
 TEST(Alert, isNotClosedByAKeyThatIsHeldFromBefore)
 {
@@ -124,8 +165,9 @@ TEST(Alert, isNotClosedByAKeyThatIsHeldFromBefore)
     ASSERT_TRUE(editing.fingers.edits());
     ASSERT_TRUE(editing.fingers.deletes(0));
     ASSERT_TRUE(editing.fingers.alerts());
-    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Escape}) {
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space, Qt::Key_Escape}) {
         editing.window.repeat(key);
+        QTest::keyRelease(&editing.window.view(), key);
         EXPECT_TRUE(editing.fingers.isAlerted()) << key;
     }
 }

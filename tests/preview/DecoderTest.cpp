@@ -13,8 +13,11 @@
 #include <cerrno>
 #include <csignal>
 #include <fstream>
+#include <functional>
 #include <future>
 #include <iterator>
+#include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -168,8 +171,74 @@ TEST_F(Decoder, endsWithItsPreviewAndTheThreadsToo)
     const ::pid_t process = document->decoderProcess().value();
     ASSERT_TRUE(isRunning(process));
     preview.documents.close(document);
-    EXPECT_FALSE(isRunning(process)) << "it is waited for, so it is gone";
-    EXPECT_EQ(errno, ESRCH);
+    EXPECT_TRUE(eventually([&] { return !isRunning(process); }));
+    EXPECT_EQ(errno, ESRCH) << "it has been waited for";
+}
+
+TEST_F(Decoder, thatCannotEndYetIsNotWaitedFor)
+{
+    preview.directory.writeFile("x.png", deed("recite"));
+    const std::unique_ptr<ReadableFile> file = preview.device->openFile("/x.png").value();
+    std::promise<void> begun;
+    std::promise<void> gate;
+    EndingThreads ending;
+    auto thread = std::make_unique<DecoderThread>(DecoderStart{.program = SLICEWISE_HOSTILE_DECODER,
+                                                               .task = DecoderTask::Media,
+                                                               .file = file->descriptor().value()},
+                                                  [&, opened = false](const std::optional<Answer> &) mutable {
+                                                      if (!std::exchange(opened, true)) {
+                                                          begun.set_value();
+                                                          gate.get_future().wait();
+                                                      }
+                                                  });
+    begun.get_future().wait();
+    const DecoderThread &watched = *thread;
+    const ::pid_t process = watched.process().value();
+    ending.take(std::move(thread));
+    EXPECT_FALSE(watched.hasEnded());
+    EXPECT_TRUE(isRunning(process));
+    gate.set_value();
+    EXPECT_TRUE(eventually([&] { return watched.hasEnded(); }));
+    EXPECT_FALSE(isRunning(process));
+}
+
+TEST_F(Decoder, ofADocumentComesToItsEndAmongTheOthersThatDo)
+{
+    preview.directory.writeFile("x.png", encoded(twoColours(40, 20), "PNG"));
+    preview.directory.writeFile("bad.png", deed("nothing at all"));
+    const std::vector<std::pair<std::string, std::function<void(Document &)>>> ways = {
+        {"/x.png", [](Document &document) { document.endThreads(); }},
+        {"/x.png", [](Document &document) { document.showBytes(); }},
+        {"/bad.png", [](Document & /*document*/) {}},
+    };
+    for (const auto &[path, letGo] : ways) {
+        const auto ending = std::make_shared<EndingThreads>();
+        Document document({.device = preview.device.get(),
+                           .path = path,
+                           .name = "n",
+                           .decoder = SLICEWISE_PREVIEW,
+                           .ending = ending});
+        ASSERT_TRUE(eventually([&] { return document.view() != View::Opening; }));
+        letGo(document);
+        EXPECT_EQ(ending->count(), 1U) << path;
+        EXPECT_FALSE(document.decoderProcess().has_value());
+    }
+}
+
+TEST_F(Decoder, isNotStartedForAPreviewThatWasClosedBeforeItsFileWasOpen)
+{
+    preview.directory.writeFile("x.png", encoded(twoColours(40, 20), "PNG"));
+    const auto ending = std::make_shared<EndingThreads>();
+    auto document = std::make_unique<Document>(Document::Origin{.device = preview.device.get(),
+                                                                .path = "/x.png",
+                                                                .name = "n",
+                                                                .decoder = SLICEWISE_PREVIEW,
+                                                                .ending = ending});
+    document->endThreads();
+    ASSERT_TRUE(eventually([&] { return document->hasBytes(); }));
+    EXPECT_EQ(document->view(), View::Opening);
+    document.reset();
+    EXPECT_EQ(ending->count(), 1U) << "what has read, and nothing else";
 }
 
 TEST_F(Decoder, endsWithItsPreviewWhateverItIsDoing)

@@ -62,9 +62,10 @@ TEST_F(Sheets, endTheDecoderWhenThePreviewBeginsToClose)
     present("presentPreview", "/file");
     settle();
     const ::pid_t process = document()->decoderProcess().value();
-    tap("done");
-    EXPECT_NE(::kill(process, 0), 0);
+    click("done");
+    EXPECT_FALSE(document()->decoderProcess().has_value());
     EXPECT_TRUE(isActive()) << "it still slides down";
+    EXPECT_TRUE(eventually([&] { return ::kill(process, 0) != 0; }));
     EXPECT_TRUE(eventually([&] { return !isActive(); }));
 }
 
@@ -87,6 +88,38 @@ TEST_F(Sheets, offerOptionsAndDoThem)
     tap("action2");
     preview.documents.finishHandingOn();
     EXPECT_THAT(preview.opened, SizeIs(1));
+}
+
+TEST_F(Sheets, areNotAnsweredByTheKeyThatHasLedToThem)
+{
+    preview.directory.writeFile("file", "some text");
+    present("presentOptionsMenu", "/file");
+    settleMenu();
+    QTest::keyRelease(&window, Qt::Key_Space);
+    EXPECT_TRUE(isActive());
+    QTest::keyClick(&window, Qt::Key_Space);
+    EXPECT_FALSE(isActive()) << "pressed anew it is one";
+
+    present("presentPreview", "/file");
+    settle();
+    find("done")->forceActiveFocus();
+    QTest::keyRelease(&window, Qt::Key_Space);
+    QKeyEvent again(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, {}, true);
+    QCoreApplication::sendEvent(&window, &again);
+    EXPECT_TRUE(shown->screen->lastPath().has_value());
+    QTest::keyClick(&window, Qt::Key_Space);
+    EXPECT_FALSE(shown->screen->lastPath().has_value());
+}
+
+TEST_F(Sheets, openNoMenuOverAPreviewThatCloses)
+{
+    preview.directory.writeFile("file", "some text");
+    present("presentPreview", "/file");
+    settle();
+    click("done");
+    click("actions");
+    EXPECT_FALSE(find("menu")->property("opened").toBool());
+    EXPECT_TRUE(eventually([&] { return !isActive(); }));
 }
 
 TEST_F(Sheets, offerOnlyThePathWhereThereIsNoDesktop)

@@ -280,8 +280,11 @@ void ScreenWindow::key(Qt::Key key)
 void ScreenWindow::repeat(Qt::Key key)
 {
     for (int i = 0; i < 3; ++i) {
-        QKeyEvent again(QEvent::KeyPress, key, Qt::NoModifier, {}, true);
-        QCoreApplication::sendEvent(&m_view, &again);
+        // Some systems let it go in between.
+        for (const QEvent::Type type : {QEvent::KeyRelease, QEvent::KeyPress}) {
+            QKeyEvent again(type, key, Qt::NoModifier, {}, true);
+            QCoreApplication::sendEvent(&m_view, &again);
+        }
     }
 }
 
