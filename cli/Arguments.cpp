@@ -24,6 +24,7 @@ Examples:
   slicewise-cli --json > disk.json             the whole tree, for other programs
   slicewise-cli classify /usr/bin/env          the category of a file
   slicewise-cli delete --dry-run "Others/home/me/old"    what would go
+  slicewise-cli delete --help                  the options of delete
 
 Exit status: 0 done, 1 could not do it, 2 wrong usage, 130 interrupted.)";
 

@@ -42,10 +42,11 @@ it deletes what it is told to: files, and packages by way of dpkg.")
 set(CPACK_DEBIAN_WINDOW_PACKAGE_NAME slicewise)
 set(CPACK_DEBIAN_WINDOW_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_WINDOW_PACKAGE_DEPENDS "slicewise-cli (= ${PROJECT_VERSION}-${SLICEWISE_DEBIAN_REVISION})\
-, qml6-module-qtquick, qml6-module-qtquick-controls, qml6-module-qtquick-layouts\
+, qml6-module-qtquick, qml6-module-qtquick-controls\
 , qml6-module-qtquick-templates, qml6-module-qtquick-window, qml6-module-qtqml-workerscript")
-set(CPACK_DEBIAN_WINDOW_PACKAGE_RECOMMENDS
-    "qt6-image-formats-plugins, fonts-inter, fonts-dejavu-core, fonts-droid-fallback, fonts-noto-color-emoji, qt6-wayland")
+# xdg-open hands a file on to the application that it belongs to.
+set(CPACK_DEBIAN_WINDOW_PACKAGE_RECOMMENDS "qt6-image-formats-plugins, qt6-wayland, xdg-utils\
+, fonts-inter, fonts-dejavu-core, fonts-droid-fallback, fonts-noto-color-emoji")
 set(CPACK_DEBIAN_WINDOW_DESCRIPTION "shows where the storage of a device went, as a pie to touch
 Slicewise walks a whole file system, sorts every file by what it is for
 rather than by where it lies, and shows one level at a time as an

@@ -1,21 +1,42 @@
 # Completions of slicewise-cli for bash.
 
-_slicewise_cli_categories() {
-    local IFS=$'\n'
-    # Quoted as file names are: they have spaces in them. No category ends in "/", so that a space follows.
+# _slicewise_cli_offer TYPED WORD...: the words that begin so.
+_slicewise_cli_offer() {
+    local IFS=$'\n' typed=$1
+    shift
+    # Quoted as file names are: they have spaces in them.
     compopt -o filenames 2>/dev/null
-    mapfile -t COMPREPLY < <(compgen -W "$(printf '%q\n' \
+    mapfile -t COMPREPLY < <(compgen -W "$(printf '%q\n' "$@")" -- "$typed")
+}
+
+_slicewise_cli_categories() {
+    _slicewise_cli_offer "$1" \
         'Application Data' Applications Books 'Cydia Data' 'Cydia Packages' 'Developer Partition' Downloads Logs \
         'Message Attachments' Messages 'Operating System' Others Photos ROMs Recordings 'Temporary Data' \
-        'User Library' iTunes)" -- "$1")
+        'User Library' iTunes
+}
+
+# Those below which something may be deleted. None goes as a whole, so the path goes on behind the "/".
+_slicewise_cli_deletable() {
+    compopt -o nospace 2>/dev/null
+    _slicewise_cli_offer "$1" 'Application Data/' Applications/ 'Cydia Packages/' Logs/ 'Message Attachments/' \
+        Others/ Photos/ ROMs/ 'Temporary Data/'
 }
 
 _slicewise_cli() {
-    local cur prev words cword
-    _init_completion || return
+    local cur prev words cword split
+    _init_completion -s || return
 
-    local command='' word
+    local command='' word before=''
     for word in "${words[@]:1:cword-1}"; do
+        # What an option takes is no command.
+        case $before in
+            --root | --path | --depth | --top)
+                before=
+                continue
+                ;;
+        esac
+        before=$word
         case $word in
             scan | classify | delete)
                 command=$word
@@ -37,6 +58,7 @@ _slicewise_cli() {
             return
             ;;
     esac
+    $split && return
 
     if [[ $cur == -* ]]; then
         local options='--help -h --root --read-only'
@@ -52,6 +74,6 @@ _slicewise_cli() {
     case $command in
         '') mapfile -t COMPREPLY < <(compgen -W 'scan classify delete' -- "$cur") ;;
         classify) _filedir ;;
-        delete) _slicewise_cli_categories "$cur" ;;
+        delete) _slicewise_cli_deletable "$cur" ;;
     esac
 } && complete -F _slicewise_cli slicewise-cli

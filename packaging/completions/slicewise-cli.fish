@@ -6,6 +6,12 @@ function __slicewise_cli_categories
         'Temporary Data' 'User Library' iTunes
 end
 
+# Those below which something may be deleted. None goes as a whole, so the path goes on behind the "/".
+function __slicewise_cli_deletable
+    printf '%s\n' 'Application Data/' Applications/ 'Cydia Packages/' Logs/ 'Message Attachments/' Others/ \
+        Photos/ ROMs/ 'Temporary Data/'
+end
+
 function __slicewise_cli_scans
     not __fish_seen_subcommand_from classify delete
 end
@@ -39,7 +45,7 @@ complete -c slicewise-cli -n "not __fish_seen_subcommand_from $commands" -a dele
     -d 'Delete what each category stands for'
 
 complete -c slicewise-cli -n '__fish_seen_subcommand_from classify' -F
-complete -c slicewise-cli -n '__fish_seen_subcommand_from delete' -a '(__slicewise_cli_categories)'
+complete -c slicewise-cli -n '__fish_seen_subcommand_from delete' -a '(__slicewise_cli_deletable)'
 complete -c slicewise-cli -l dry-run -n '__fish_seen_subcommand_from delete' -d 'Only say what would go'
 complete -c slicewise-cli -l yes -n '__fish_seen_subcommand_from delete' -d 'Do not ask'
 complete -c slicewise-cli -l allow-delete -n '__fish_seen_subcommand_from delete' \

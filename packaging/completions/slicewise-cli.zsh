@@ -10,11 +10,20 @@ _slicewise_cli_categories() {
     _wanted categories expl category compadd -a categories
 }
 
+# Those below which something may be deleted. None goes as a whole, so the path goes on behind the "/".
+_slicewise_cli_deletable() {
+    local -a deletable=(
+        'Application Data' Applications 'Cydia Packages' Logs 'Message Attachments' Others Photos ROMs
+        'Temporary Data'
+    )
+    _wanted categories expl category compadd -S / -a deletable
+}
+
 _slicewise_cli() {
     local curcontext=$curcontext state line expl
     local -a everywhere=(
         '(- *)'{-h,--help}'[print a help]'
-        '--root[the directory that is the "/" of the device]:directory:_files -/'
+        '--root=[the directory that is the "/" of the device]:directory:_files -/'
         '--read-only[refuse to delete anything]'
     )
     local -a of_walk=(
@@ -24,9 +33,9 @@ _slicewise_cli() {
     )
     local -a of_report=(
         '(- *)--version[print the version]'
-        '--path[the category to show]:category:_slicewise_cli_categories'
-        '--depth[how many levels to show]:number:'
-        '(--json)--top[how many rows a level to show]:number:'
+        '--path=[the category to show]:category:_slicewise_cli_categories'
+        '--depth=[how many levels to show]:number:'
+        '(--json)--top=[how many rows a level to show]:number:'
         '(--top)--json[print the tree as JSON]'
         '--errors[list what could not be read, and why]'
     )
@@ -50,7 +59,7 @@ _slicewise_cli() {
                         '--dry-run[only say what would go]' \
                         '--yes[do not ask]' \
                         '--allow-delete[root is to delete from "/", which is read-only otherwise]' \
-                        '*:category:_slicewise_cli_categories'
+                        '*:category:_slicewise_cli_deletable'
                     ;;
                 *) _arguments "$everywhere[@]" "$of_walk[@]" "$of_report[@]" ;;
             esac

@@ -1,8 +1,8 @@
 # Completions of slicewise for bash.
 
 _slicewise() {
-    local cur prev words cword
-    _init_completion || return
+    local cur prev words cword split
+    _init_completion -s || return
 
     case $prev in
         --root)
@@ -22,6 +22,7 @@ _slicewise() {
             return
             ;;
     esac
+    $split && return
 
     if [[ $cur == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W '--help -h --version --root --one-file-system -x --read-only

@@ -169,7 +169,7 @@ TEST(Arguments, helpNamesEveryOptionAndTheExitStatuses)
         EXPECT_EQ(help.status, 0);
         for (const char *word : {"--root DIR", "-x,--one-file-system", "--path CATEGORY", "--depth N",
                                  "--top N", "--json", "--errors", "--no-progress", "--quiet", "--help",
-                                 "--version", "classify", "scan", "Exit status"}) {
+                                 "--version", "classify", "scan", "delete --help", "Exit status"}) {
             EXPECT_THAT(help.text, HasSubstr(word));
         }
     }
