@@ -37,27 +37,38 @@ ListView {
         view: view
     }
 
-    delegate: TextEdit {
+    delegate: Item {
         id: piece
 
         required property string pieceText
         required property bool isRead
+        // What is drawn is placed in single precision, in which a row's place far down in a text and how far the text
+        // is scrolled are both some points off. So much is made up for inside the row, where all numbers are small.
+        readonly property real misplacedBy: Math.fround(piece.y) - Math.fround(view.contentY)
+                                            - (piece.y - view.contentY)
 
         width: ListView.view.width
-        leftPadding: Theme.margin
-        rightPadding: Theme.margin
         // A row without height, even one without text, would make room for all the others there are.
-        height: !piece.isRead ? view.usualHeight : piece.pieceText.length > 0 ? piece.implicitHeight : 1
-        text: piece.pieceText
-        textFormat: TextEdit.PlainText
-        readOnly: true
-        selectByMouse: true
-        activeFocusOnPress: false
-        wrapMode: TextEdit.Wrap
-        font.family: view.fixedFontFamily
-        font.pixelSize: Theme.detailTextSize
-        color: Theme.textColor
-        selectionColor: Theme.selectedColor
-        selectedTextColor: Theme.textColor
+        height: !piece.isRead ? view.usualHeight : piece.pieceText.length > 0 ? letters.implicitHeight : 1
+
+        TextEdit {
+            id: letters
+
+            y: -piece.misplacedBy
+            width: parent.width
+            leftPadding: Theme.margin
+            rightPadding: Theme.margin
+            text: piece.pieceText
+            textFormat: TextEdit.PlainText
+            readOnly: true
+            selectByMouse: true
+            activeFocusOnPress: false
+            wrapMode: TextEdit.Wrap
+            font.family: view.fixedFontFamily
+            font.pixelSize: Theme.detailTextSize
+            color: Theme.textColor
+            selectionColor: Theme.selectedColor
+            selectedTextColor: Theme.textColor
+        }
     }
 }
