@@ -116,18 +116,18 @@ ListView {
         lineHeight: 1.25
     }
 
-    delegate: Item {
+    delegate: FarRow {
         id: piece
 
         required property string pieceText
         required property string offsets
         required property string characters
 
-        width: ListView.view.width
         // As high as it is going to be, but for the last one.
         height: piece.pieceText.length > 0 ? bytes.implicitHeight : sample.implicitHeight
 
         Row {
+            y: -piece.misplacedBy
             anchors.horizontalCenter: parent.horizontalCenter
             spacing: view.columnGap
 

@@ -37,17 +37,12 @@ ListView {
         view: view
     }
 
-    delegate: Item {
+    delegate: FarRow {
         id: piece
 
         required property string pieceText
         required property bool isRead
-        // What is drawn is placed in single precision, in which a row's place far down in a text and how far the text
-        // is scrolled are both some points off. So much is made up for inside the row, where all numbers are small.
-        readonly property real misplacedBy: Math.fround(piece.y) - Math.fround(view.contentY)
-                                            - (piece.y - view.contentY)
 
-        width: ListView.view.width
         // A row without height, even one without text, would make room for all the others there are.
         height: !piece.isRead ? view.usualHeight : piece.pieceText.length > 0 ? letters.implicitHeight : 1
 

@@ -204,69 +204,6 @@ TEST_F(Sheets, ofALongTextMakeOnlyTheRowsThatCanBeSeen)
     EXPECT_LT(rows->childItems().size(), 30);
 }
 
-/// Where the lines of a text begin, from the top of the picture, by the first letter of each.
-std::vector<int> topsOfLines(const QImage &picture)
-{
-    const auto isEmpty = [&](int y) {
-        for (int x = 12; x < 40; ++x) {
-            if (qGray(picture.pixel(x, y)) < 160) {
-                return false;
-            }
-        }
-        return true;
-    };
-    std::vector<int> tops;
-    for (int y = 120; y < picture.height() - 60; ++y) { // below the bar
-        if (isEmpty(y - 1) && !isEmpty(y)) {
-            tops.push_back(y);
-        }
-    }
-    return tops;
-}
-
-TEST_F(Sheets, drawTheLinesOfAnEndlessTextAtEqualDistances)
-{
-    // A hundred million points high: single precision tells no two places apart there that are eight points
-    // from each other.
-    std::string lines;
-    for (int i = 0; i < 6'000'000; ++i) {
-        lines += "xy\n";
-    }
-    preview.directory.writeFile("file", lines);
-    present("presentPreview", "/file");
-    settle();
-    auto *view = find("content")->property("item").value<QQuickItem *>();
-    const int last = document()->pieces()->rowCount() - 1;
-    QTest::keyClick(&window, Qt::Key_End);
-    const auto row = [&](int index) {
-        QQuickItem *item = nullptr;
-        QMetaObject::invokeMethod(view, "itemAtIndex", Q_RETURN_ARG(QQuickItem *, item), Q_ARG(int, index));
-        return item;
-    };
-    ASSERT_TRUE(eventually([&] { return row(last) != nullptr && row(last)->property("isRead").toBool(); }));
-    for (const double above : {300.0, 301.0, 305.0, 310.0}) {
-        // What lies above it is read only now, and moves it.
-        ASSERT_TRUE(eventually([&] {
-            if (row(last) == nullptr) {
-                QMetaObject::invokeMethod(view, "positionViewAtEnd");
-                return false;
-            }
-            view->setProperty("contentY", row(last)->y() - above);
-            return row(last - 1) != nullptr && row(last - 1)->property("isRead").toBool();
-        }));
-        settle();
-        ASSERT_GT(view->property("contentY").toDouble(), 5e7);
-        const std::vector<int> tops = topsOfLines(window.grabWindow());
-        ASSERT_GT(tops.size(), 10U);
-        std::vector<int> distances;
-        for (std::size_t i = 1; i < tops.size(); ++i) {
-            distances.push_back(tops[i] - tops[i - 1]);
-        }
-        EXPECT_THAT(distances, testing::Each(testing::AllOf(testing::Ge(distances.front() - 1),
-                                                            testing::Le(distances.front() + 1))));
-    }
-}
-
 TEST_F(Sheets, scrollATextByTheKeyboardAtOnce)
 {
     preview.directory.writeFile("file", longText());
