@@ -11,6 +11,8 @@ jobs=$(nproc)
 # What one preset has compiled the others take where their flags are the same (dev and engine), and so does another
 # checkout: ccache is to see paths relative to the root.
 export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
+# Seven builds of everything: by its own limit it would throw the first away for the last.
+export CCACHE_MAXSIZE=${CCACHE_MAXSIZE:-15G}
 
 # fail SENTENCE...: says why on the error stream and ends the script.
 fail() {
