@@ -1,6 +1,9 @@
 // For programs that are the application, with somebody in it who does what a user would.
 #pragma once
 
+#include "app/Options.h"
+#include "app/Run.h"
+#include "platform/Privileges.h"
 #include "ui/SZANavigationController.h"
 
 #include <QGuiApplication>
@@ -33,6 +36,18 @@ inline void whenWindowIsShown(std::function<void(QQuickWindow &)> call)
 inline SZAViewController &firstScreenOf(const QQuickWindow &window)
 {
     return *window.property("navigation").value<SZANavigationController *>()->viewControllers().front();
+}
+
+/// What is left for main(): the application on the root that is the only argument.
+inline int runOnRoot(int argc, char **argv)
+{
+    if (argc != 2) {
+        return 2;
+    }
+    Options options;
+    options.root = argv[1];
+    Privileges privileges = Privileges::dropAtEntry();
+    return runApplication(options, privileges, argv[0]);
 }
 
 } // namespace slicewise

@@ -3,9 +3,6 @@
 // Usage: close-while-deleting ROOT, with a platform that needs no display. The removal of the first file is
 // held until the event loop has ended and the application handles events all the same; the removal of each
 // other one until it has handled another. Prints how far it came.
-#include "app/Options.h"
-#include "app/Run.h"
-#include "platform/Privileges.h"
 #include "tests/app/ShownWindow.h"
 #include "ui/SZAViewController.h"
 
@@ -131,11 +128,5 @@ extern "C" int unlinkat(int directory, const char *path, int flags) noexcept
 
 int main(int argc, char **argv)
 {
-    if (argc != 2) {
-        return 2;
-    }
-    slicewise::Options options;
-    options.root = argv[1];
-    slicewise::Privileges privileges = slicewise::Privileges::dropAtEntry();
-    return slicewise::runApplication(options, privileges, argv[0]);
+    return slicewise::runOnRoot(argc, argv);
 }

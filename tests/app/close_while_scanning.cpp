@@ -2,9 +2,6 @@
 //
 // Usage: close-while-scanning ROOT, with a platform that needs no display. Prints how far the scan was.
 
-#include "app/Options.h"
-#include "app/Run.h"
-#include "platform/Privileges.h"
 #include "tests/app/ShownWindow.h"
 #include "ui/SZAViewController.h"
 
@@ -35,11 +32,5 @@ Q_COREAPP_STARTUP_FUNCTION(whenStarted)
 
 int main(int argc, char **argv)
 {
-    if (argc != 2) {
-        return 2;
-    }
-    slicewise::Options options;
-    options.root = argv[1];
-    slicewise::Privileges privileges = slicewise::Privileges::dropAtEntry();
-    return slicewise::runApplication(options, privileges, argv[0]);
+    return slicewise::runOnRoot(argc, argv);
 }

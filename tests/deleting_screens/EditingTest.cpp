@@ -225,11 +225,27 @@ TEST(EditingScreens, withoutADeletionServiceThereIsNothingToDeleteWith)
 
 // ---- the keyboard
 
+/// In edit mode, with the keys going to the table.
+struct EditingByKeys : Editing {
+    EditingByKeys()
+    {
+        EXPECT_TRUE(fingers.edits());
+        window.list().forceActiveFocus();
+    }
+    [[nodiscard]] bool goesToMinus(int row)
+    {
+        window.key(Qt::Key_Home);
+        for (int i = 0; i < row; ++i) {
+            window.key(Qt::Key_Down);
+        }
+        window.key(Qt::Key_Tab);
+        return fingers.minus(row)->hasActiveFocus();
+    }
+};
+
 TEST(EditingKeys, theDeleteKeyOpensTheCurrentRowAndEnterDeletes)
 {
-    Editing editing;
-    ASSERT_TRUE(editing.fingers.edits());
-    editing.window.list().forceActiveFocus();
+    EditingByKeys editing;
     editing.window.key(Qt::Key_Down);
     editing.window.key(Qt::Key_Down);
     editing.window.key(Qt::Key_Delete);
@@ -248,17 +264,14 @@ TEST(EditingKeys, theDeleteKeyOpensTheCurrentRowAndEnterDeletes)
 
 TEST(EditingKeys, keysThatAreHeldDeleteAtMostOneRow)
 {
-    Editing editing;
-    ASSERT_TRUE(editing.fingers.edits());
+    EditingByKeys editing;
     editing.window.key(Qt::Key_Home);
     editing.window.hold(Qt::Key_Delete);
     ASSERT_TRUE(editing.fingers.isOpen(0));
     editing.window.hold(Qt::Key_Return);
     ASSERT_TRUE(editing.fingers.isOver(editing.browsed.top()));
     ASSERT_TRUE(comesTrue([&] { return editing.window.list().hasActiveFocus(); }));
-    editing.window.key(Qt::Key_Home);
-    editing.window.key(Qt::Key_Tab);
-    ASSERT_TRUE(editing.fingers.minus(0)->hasActiveFocus());
+    ASSERT_TRUE(editing.goesToMinus(0));
     editing.window.hold(Qt::Key_Space);
     EXPECT_EQ(editing.table().openRow(), 0) << "by its minus";
     EXPECT_THAT(editing.calls(), ElementsAre("3 a.jpg"));
@@ -266,9 +279,7 @@ TEST(EditingKeys, keysThatAreHeldDeleteAtMostOneRow)
 
 TEST(EditingKeys, escapeAndArrowsCloseTheOpenRowAndEnterAloneDoesNothing)
 {
-    Editing editing;
-    ASSERT_TRUE(editing.fingers.edits());
-    editing.window.list().forceActiveFocus();
+    EditingByKeys editing;
     editing.window.key(Qt::Key_Down);
     for (const Qt::Key key : {Qt::Key_Escape, Qt::Key_Back, Qt::Key_Down}) {
         editing.window.key(Qt::Key_Home);
@@ -294,13 +305,8 @@ TEST(EditingKeys, theDeleteKeyDoesNothingOutsideEditMode)
 
 TEST(EditingKeys, tabReachesMinusAndDeleteOfTheCurrentRowAndLeavesThemAgain)
 {
-    Editing editing;
-    ASSERT_TRUE(editing.fingers.edits());
-    editing.window.list().forceActiveFocus();
-    editing.window.key(Qt::Key_Down);
-    editing.window.key(Qt::Key_Down);
-    editing.window.key(Qt::Key_Tab);
-    ASSERT_TRUE(editing.fingers.minus(1)->hasActiveFocus());
+    EditingByKeys editing;
+    ASSERT_TRUE(editing.goesToMinus(1));
     editing.window.key(Qt::Key_Space);
     ASSERT_TRUE(editing.fingers.isOpen(1));
     editing.window.key(Qt::Key_Tab);
@@ -323,12 +329,8 @@ TEST(EditingKeys, tabReachesMinusAndDeleteOfTheCurrentRowAndLeavesThemAgain)
 
 TEST(EditingKeys, arrowsGoOnFromAMinusAndTheOneThatWasLeftIsNoTabStopAnyMore)
 {
-    Editing editing;
-    ASSERT_TRUE(editing.fingers.edits());
-    editing.window.list().forceActiveFocus();
-    editing.window.key(Qt::Key_Home);
-    editing.window.key(Qt::Key_Tab);
-    ASSERT_TRUE(editing.fingers.minus(0)->hasActiveFocus());
+    EditingByKeys editing;
+    ASSERT_TRUE(editing.goesToMinus(0));
     editing.window.key(Qt::Key_Down);
     EXPECT_FALSE(editing.fingers.minus(0)->hasActiveFocus());
     EXPECT_TRUE(editing.window.list().hasActiveFocus());
